@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Core/CStream.h"
+
+#include <zlib.h>
+
+namespace lum {
+
+/// Holds one zlib stream record, whose memory comes from the pool.
+class CZipStream : public virtual CCheckedObject {
+protected:
+    CZipStream();
+    static constexpr int kBufferBytes = 32768;
+    z_stream zip;
+};
+
+/// Inflates what a source holds. May read up to 32,768 bytes of the source beyond the end of the
+/// zlib data, so that data is the last thing read from it.
+class CInputZipStream : public CInputStream, public CZipStream, public CLumMemAllocator {
+public:
+    ~CInputZipStream() override;
+    CErrorResult open(CInputStream& source); // not owned; closes first
+    CErrorResult close();
+    CErrorResult read(void* buffer, int64_t count) override;
+
+private:
+    CInputStream* source = nullptr;
+    uint8_t buffer[kBufferBytes];
+};
+
+/// Deflates into a target.
+class COutputZipStream : public COutputStream, public CZipStream, public CLumMemAllocator {
+public:
+    ~COutputZipStream() override;
+    CErrorResult open(COutputStream& target, int level); // not owned; closes first
+    CErrorResult close();
+    CErrorResult write(const void* buffer, int64_t count) override;
+
+private:
+    CErrorResult flushBuffer();
+    COutputStream* target = nullptr;
+    uint8_t buffer[kBufferBytes];
+};
+
+} // namespace lum

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Files and places of the system. Paths are UTF-8 with "/" as separator. Error codes are the
+/// system's own numbers, 0 for success.
+namespace lum::platform {
+
+enum class FileMode {
+    Read,      // must exist
+    ReadWrite, // made when missing
+    Rewrite,   // made when missing, emptied
+    Append,    // made when missing; writing starts at its end
+};
+enum class StandardFile { Input, Output, Error };
+
+constexpr int kNoFile = -1;
+
+int openFile(const std::string& path, FileMode mode, int& handle) noexcept;
+int standardFile(StandardFile which) noexcept;
+int closeFile(int handle) noexcept;
+/// Reads up to `count` bytes, fewer only at the end of the file.
+int readFile(int handle, void* buffer, uint64_t count, uint64_t& got) noexcept;
+int writeFile(int handle, const void* buffer, uint64_t count, uint64_t& written) noexcept;
+int seekFile(int handle, uint64_t position) noexcept;
+int skipFile(int handle, int64_t distance) noexcept;
+int tellFile(int handle, uint64_t& position) noexcept;
+int sizeOfFile(int handle, uint64_t& size) noexcept;
+/// Brings what was written to the disk.
+int flushFile(int handle) noexcept;
+
+int renameFile(const std::string& from, const std::string& to) noexcept; // replaces `to` whole
+int removeFile(const std::string& path) noexcept;
+bool isFolder(const std::string& path) noexcept;
+/// Makes the folder and those above it.
+int makeFolders(const std::string& path) noexcept;
+
+/// The file this code was loaded from. Empty when the system does not tell.
+std::string modulePath();
+/// The user's configuration folder, without a "/" at its end: $XDG_CONFIG_HOME, else ".config" in
+/// the home folder. Empty when neither is known.
+std::string userConfigFolder();
+
+} // namespace lum::platform

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <pthread.h>
+
+/// The two kinds of lock the system uses. Both are recursive.
+namespace lum::platform {
+
+/// A recursive lock whose waiters sleep. For control threads only: the audio thread never takes it.
+class CLock {
+public:
+    CLock() noexcept;
+    ~CLock();
+    CLock(const CLock&) = delete;
+    CLock& operator=(const CLock&) = delete;
+
+    void enter() noexcept;
+    bool tryEnter() noexcept;
+    void leave() noexcept;
+
+private:
+    pthread_mutex_t mutex;
+};
+
+/// A recursive lock taken by a loop of non-blocking tries. It makes no system call on its short
+/// path, so the audio thread may take it; whoever holds it does a few stores and no more.
+/// A waiter that has spun for a long time gives its time slice away, because on a busy machine the
+/// holder may not be running at all.
+class CSpinLock {
+public:
+    CSpinLock() noexcept = default;
+    CSpinLock(const CSpinLock&) = delete;
+    CSpinLock& operator=(const CSpinLock&) = delete;
+
+    void enter() noexcept;
+    bool tryEnter() noexcept;
+    void leave() noexcept;
+
+private:
+    std::atomic<uintptr_t> owner{0}; // address of a thread-local byte, unique per live thread
+    int depth = 0;                   // touched by the owner only
+};
+
+/// Holds a lock for a scope.
+template <class Lock>
+class CGuard {
+public:
+    explicit CGuard(Lock& target) noexcept : lock(target) { lock.enter(); }
+    ~CGuard() { lock.leave(); }
+    CGuard(const CGuard&) = delete;
+    CGuard& operator=(const CGuard&) = delete;
+
+private:
+    Lock& lock;
+};
+
+using CLockGuard = CGuard<CLock>;
+using CSpinGuard = CGuard<CSpinLock>;
+
+} // namespace lum::platform
