@@ -13,8 +13,8 @@ struct CProductTables {
 };
 
 /// Exists once per loaded module, from `start` to `finish`: registers classes and resources, builds
-/// the shared tree, makes instance and editor trees. Start and finish run on one thread with no
-/// other in the system; the rest from control threads.
+/// the shared tree, makes instance and editor trees. Control threads only; starts and finishes are
+/// counted under a lock, and the last finish comes when no tree is left but the shared one.
 class CApplication : public CLumMemAllocator {
 public:
     /// The application object; null before start and after finish.
@@ -26,15 +26,19 @@ public:
 
     /// Makes the shared root; from compiled data, or empty with an empty name.
     CErrorResult initSharedObject(const CString& dataName);
-    /// Makes a root with a notify server of its own. On failure `out` is null.
+    /// Makes a root with a notify server of its own; end it with CObject::destroyObject. On failure
+    /// `out` is null.
     CErrorResult initRootObject(CObject*& out, const CString& dataName);
+    /// Logs the end and destroys the shared tree.
     void finalize();
 
+    /// Table of the plain objects whose tag has no creator. Filled by the start-up sequence.
     static const CClassInfo& defaultClassInfo();
 
 private:
     CErrorResult init(const CProductTables& product);
-    CErrorResult makeRoot(CObject& object, const CString& dataName);
+    static void tearDown();
+    static CErrorResult fillRoot(CObject& object, const CString& dataName);
 };
 
 } // namespace lum

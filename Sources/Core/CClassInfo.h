@@ -2,7 +2,7 @@
 
 #include "Core/CAttrEntry.h"
 
-#include <span>
+#include <memory>
 
 namespace lum {
 
@@ -14,6 +14,10 @@ struct CEventEntry {
     CEventHandler plain = nullptr;
     CEventHandlerArgs withArguments = nullptr;
     bool takesArguments = false;
+
+    CErrorResult call(CObject& object, CAttrMap& arguments) const {
+        return takesArguments ? (object.*withArguments)(arguments) : (object.*plain)();
+    }
 };
 
 /// A row of a class's attribute table, shown at the top of its .cpp.
@@ -75,5 +79,16 @@ constexpr CCreatorRow creatorRow(const char* tag) {
 
 /// Enters a table that ends with a null tag. Start-up only. Error: a tag that stands twice.
 CErrorResult registerCreator(const CCreatorRow* table);
+
+/// What a tag makes.
+struct CRegisteredTag {
+    CObject* (*create)();
+    std::unique_ptr<CClassInfo> info;
+};
+
+/// The registered tag, or null. Any thread after start-up.
+const CRegisteredTag* findCreator(const CString& tag);
+/// Empties the registry. For the end of the application, when no object is left.
+void clearCreators();
 
 } // namespace lum

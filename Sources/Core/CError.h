@@ -50,15 +50,22 @@ void printError(const CErrorResult& error);
 void logAndDropError(CErrorResult error);
 
 /// Full name for the trace of code outside any object; CObject has a member of the same name.
-inline CString traceName() { return {}; }
+inline CString traceName() {
+    return {};
+}
 
 namespace detail {
-inline CString toArgument(const CString& value) { return value; }
-inline CString toArgument(const char* value) { return value; }
-inline CString toArgument(std::string_view value) { return CString::fromUtf8(value); }
+inline CString toArgument(const CString& value) {
+    return value;
+}
+inline CString toArgument(const char* value) {
+    return value;
+}
+inline CString toArgument(std::string_view value) {
+    return CString::fromUtf8(value);
+}
 template <class T>
-    requires std::is_integral_v<T>
-CString toArgument(T value) {
+requires std::is_integral_v<T> CString toArgument(T value) {
     return CString::fromInt(static_cast<int64_t>(value));
 }
 } // namespace detail
@@ -67,11 +74,9 @@ CString toArgument(T value) {
 
 /// A new failure: LUM_FAIL("@lumstr_Class_method_Name Text with %1.", argument, ...).
 #define LUM_FAIL(message, ...)                                                                     \
-    ::lum::addError(nullptr, __FILE__, __LINE__, traceName(), message,                             \
-                    [&](auto&&... arguments_) {                                                    \
-                        return ::lum::CVector<::lum::CString>{                                     \
-                            ::lum::detail::toArgument(arguments_)...};                             \
-                    }(__VA_ARGS__))
+    ::lum::addError(nullptr, __FILE__, __LINE__, traceName(), message, [&](auto&&... arguments_) { \
+        return ::lum::CVector<::lum::CString>{::lum::detail::toArgument(arguments_)...};           \
+    }(__VA_ARGS__))
 
 /// Passes a failure of `expression` up with a line of trace.
 #define LUM_TRY(expression)                                                                        \

@@ -18,7 +18,9 @@ public:
 
 constexpr uint32_t kBridgedEventMessage = 5120;
 
-/// The bridge over the message queue of the thread that made it.
+/// The bridge over the message queue of the thread that made it. Posting copies the arguments and
+/// sends their number; the owner's thread takes them out by it. Made and ended on that thread,
+/// posted to from any.
 class CUIEventBridge : public CObjectEventBridge, private platform::CMessageReceiver {
 public:
     explicit CUIEventBridge(CObjectEventBridgeHandler& bridgeHandler);
@@ -27,10 +29,11 @@ public:
 
 private:
     void onMessage(uint32_t message, intptr_t value) override;
+    bool takeUnderway(intptr_t number, CAttrMap& out);
     CObjectEventBridgeHandler& handler;
     std::shared_ptr<platform::CMessageQueue> queue;
     uint64_t address = 0;
-    CMap<intptr_t, std::unique_ptr<CAttrMap>> underway; // under the lock of live bridges
+    CMap<intptr_t, CAttrMap> underway; // under the lock of live bridges
 };
 
 /// `ui:ui-event-bridge`: the objects below it live on the thread that created it.

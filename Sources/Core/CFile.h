@@ -18,6 +18,8 @@ public:
 
 protected:
     int openHandle(const CString& path, platform::FileMode mode); // 0 or the system's error code
+    void takeStandard(platform::StandardFile which, const char* name);
+    CString giveUpName(); // leaves the object closed after a failed open
     int handle = platform::kNoFile;
     bool isStandard = false;
     CString fileName;
@@ -39,6 +41,9 @@ public:
     CErrorResult write(const void* buffer, int64_t count) override;
     /// Brings what was written to the disk.
     CErrorResult flush();
+
+protected:
+    CErrorResult openFailure(const CString& path, bool isAppending, int code);
 };
 
 } // namespace lum

@@ -17,17 +17,23 @@ constexpr size_t kLargestBlock = 4080; // bytes; larger requests go to the syste
 constexpr int kLargeClass = 255;
 
 /// Size class of a request: (n + 15) / 16 - 1, 0 for n = 0, kLargeClass and above for large ones.
-constexpr size_t sizeClass(size_t size) noexcept { return size == 0 ? 0 : (size + 15) / 16 - 1; }
+constexpr size_t sizeClass(size_t size) noexcept {
+    return size == 0 ? 0 : (size + 15) / 16 - 1;
+}
 
-/// Gives a block of at least `size` bytes; does not return when the system refuses memory.
+/// Gives a block of at least `size` bytes. When the system refuses memory a line goes to the log
+/// and the process is aborted: whoever asks expects a block, and none of them could go on without.
 [[nodiscard]] void* alloc(size_t size) noexcept;
 /// Takes back a block of `alloc`. Null is not allowed.
 void free(void* block) noexcept;
 /// Keeps the block when its capacity is exactly `size`, else moves its content.
 [[nodiscard]] void* realloc(void* block, size_t size) noexcept;
-/// Bytes that the block can hold.
+/// Bytes that the block can hold, all of which may be used from then on. Without this call a build
+/// with the address sanitizer takes the bytes behind those asked for as an overrun.
 [[nodiscard]] size_t capacityOf(const void* block) noexcept;
-/// Gives all chunks back to the system. For the unloading of the module, when no block is in use.
+/// Has all chunks given back to the system when the module is unloaded, behind its last static
+/// destructor. For the teardown, once no thread of ours or of a host uses the pool any more: a
+/// process that ends without a teardown keeps them, as its threads may still be running.
 void releaseAll() noexcept;
 
 } // namespace lum::pool

@@ -8,9 +8,11 @@ namespace lum {
 class CMemoryReader : public CPosInputStream, public CLumMemAllocator {
 public:
     CMemoryReader(const void* bytes, int32_t byteCount)
-        : data(static_cast<const uint8_t*>(bytes)), size(byteCount) {}
+        : data(static_cast<const uint8_t*>(bytes)), size(byteCount > 0 ? byteCount : 0) {}
     explicit CMemoryReader(const CByteBuffer& buffer)
-        : CMemoryReader(buffer.data(), static_cast<int32_t>(buffer.size())) {}
+        : CMemoryReader(buffer.data(), static_cast<int32_t>(
+                                           buffer.size() < INT32_MAX ? buffer.size() : INT32_MAX)) {
+    }
 
     CErrorResult skip(int64_t count) override;
     CErrorResult read(void* buffer, int64_t count) override;

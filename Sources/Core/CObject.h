@@ -35,7 +35,8 @@ public:
     virtual void prepareDestroy();
     virtual void detachFromParent();
     /// A live link's source has changed: applies the value to this object's attribute at once.
-    virtual CErrorResult onLinkedAttr(CObject& sender, const CString& name, const CAttrEntry& value);
+    virtual CErrorResult onLinkedAttr(CObject& sender, const CString& name,
+                                      const CAttrEntry& value);
     /// Event `release-child-bridged`: destroys the child that `sender` names.
     virtual CErrorResult releaseChildBridged(CAttrMap& arguments);
 
@@ -51,7 +52,8 @@ public:
     double getAttrReal(const CString& name, double fallback = 0.0) const;
     bool getAttrBool(const CString& name, bool fallback = false) const;
     const CAttrMap& attrs() const { return attributes; }
-    CString getFullName() const { return getAttrString("full-name"); }
+    CString getFullName() const { return fullName ? fullName->text() : CString(); }
+    /// The part of the full name behind its last ".".
     CString getName() const;
     const CString& getTag() const { return tag; }
 
@@ -111,6 +113,11 @@ public:
     CErrorResult runEvent(const CString& event, CAttrMap& arguments);
     void listenObject(const CString& senderPath, const CString& event, const CString& handler);
     void unlistenObject(const CString& senderPath, const CString& event);
+    /// The key under which a sender is listened to: its full name, also of one that does not exist
+    /// yet. What missed at the root comes without the "." of a nameless root.
+    CString getListenName(const CString& senderPath) const;
+    /// As unlistenObject, for a name that getListenName gave earlier.
+    void unlistenName(const CString& senderName, const CString& event);
     CErrorResult fireEvent(const CString& event, bool forceBridge);
     CErrorResult fireEvent(const CString& event, CAttrMap& arguments, bool forceBridge);
     /// Asks for this object's own event to run on its bridge thread; nothing without a bridge.
@@ -125,11 +132,14 @@ protected:
     CString traceName() const { return getFullName(); }
     friend class CApplication;
     friend class CNotifyServer;
-    friend class CStdEventBridge;
     friend class CTreeLoader;
 
+    /// Takes every attribute change of another object under the attribute's own name.
+    void followAllAttrs(CObject& source);
     /// Bridge of the nearest object from here upward that has one, with its thread; null: none.
     CObjectEventBridge* findBridge(uint64_t& threadId) const;
+    /// Names this object and one of its events as what a bridge has to call.
+    void addressBridged(CAttrMap& arguments, const CString& handlerName) const;
 
     CObjectEventBridge* eventBridge = nullptr;
     uint64_t bridgeThread = 0;
@@ -143,31 +153,46 @@ private:
     CErrorResult lookUpFailure(const CString& path, bool isFound) const;
     CErrorResult attrLookUpFailure(const CString& attribute, const CString& path,
                                    bool isFound) const;
-    const CObject* walkPath(const CString& path, CString* fullPath) const;
+    CObject* startOfPath(const CString& path, size_t& position) const;
+    CObject* walkPath(const CString& path, CString* fullPath) const;
     CObject* findTemplate(const CString& name) const;
+    void enterChildName(CObject& child, const CString& name);
+    void leaveChildName(CObject& child);
     CErrorResult storeAttr(const CString& name, const CAttrEntry& value, bool immediate);
-    CString substitute(const CString& attribute, const CString& text);
-    CString resolveReference(const CString& attribute, const CString& inner,
-                             const CString& fallback);
-    CString linkAttribute(const CString& attribute, const CString& reference);
+    CErrorResult handleChange(const CString& name, CAttrEntry& entry, bool immediate);
+    CErrorResult runAttrHandler(const CAttrEntry& entry);
     CErrorResult notifyDependents(const CString& name, const CAttrEntry& value);
+    CString substitute(const CString& attribute, CString text);
+    CString replacementFor(const CString& attribute, const CString& inner, const CString& fallback);
+    CString resolveReference(const CString& attribute, const CString& reference,
+                             const CString& fallback, bool isOwnOnly) const;
+    CObject* findLinkSource(const CString& reference) const;
+    CString linkAttribute(const CString& attribute, const CString& reference);
+    void dropListenings();
     void dropAttrLinks();
+    CErrorResult runTemplate(bool withAttributes);
 
+    const CClassInfo& classTable() const;
+
+    using CChildIndices = CMap<int32_t, CObject*>;
     const CClassInfo* classInfo = nullptr;
     CAttrMap attributes;
     CAttrEntry* pendingAttrs = nullptr; // last in, first out
     CVector<CObject*, 8> children;      // in creation order; owned
-    CMap<CString, CMap<int32_t, CObject*>> childrenByName;
+    CMap<CString, CChildIndices> childrenByName;
     CMap<CString, CMap<CString, CString>> listenings; // sender full name, event, handler name
     CMap<CString, CObject*> templates;
     CMap<CObject*, CMap<CString, CString>> attrDependents; // links going out: source name, target
     CSet<CObject*> attrSources;
     std::unique_ptr<CTemplateData> templateData; // set on an object that is a template
-    const CAttrMap* givenAttrs = nullptr;
-    CObject* templateObject = nullptr; // the template this object was built from
+    const CAttrMap* givenAttrs = nullptr;  // during the passes of a complete creation; not owned
+    CObject* templateObject = nullptr;     // the template this object was built from
     CNotifyServer* notifyServer = nullptr; // of the tree; the root of an instance tree owns it
     CObject* parent = nullptr;
     CObject* root = this;
+    const CAttrEntry* fullName = nullptr; // the entry `full-name` of the store, once there is one
+    CMap<CString, CChildIndices>::iterator nameInParent; // valid while the parent holds this object
+    int32_t indexInParent = 0;
     CString tag;
     int32_t objectId = -1;
     int state = 0; // 0 created, 1 init, 2 content, 3 done, 4 loaded

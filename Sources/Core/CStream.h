@@ -47,9 +47,17 @@ public:
         return read(&out, sizeof(T));
     }
     CErrorResult readValue(bool& out); // one byte
+    /// A 32-bit length of at most kLongestStreamString and UTF-8 text; any other bytes give some
+    /// text.
     CErrorResult readString(CString& out);
+    /// Replaces `out` by the content of a compressed block. A block that declares more than the
+    /// bytes left and 24 MiB is refused before memory is taken. The zlib form is the last thing
+    /// that can be read from its source. On failure `out` is undefined.
     CErrorResult readCompressedData(CByteBuffer& out, uint32_t expectedId);
     CErrorResult readCompressedDataLZ4(CByteBuffer& out, uint32_t expectedId);
+
+private:
+    CErrorResult readLZ4Body(CByteBuffer& out, int32_t size, int32_t packedSize);
 };
 
 /// Sink of bytes.

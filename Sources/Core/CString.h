@@ -70,10 +70,10 @@ public:
     CString substring(size_t start, int length = -1) const;
     void split(CVector<CString>& out, char16_t separator, bool skipEmpties,
                bool clearFirst = true) const;
-    CString trimmed() const; // drops 9, 10, 13 and 32 on both ends
-    CString upperCase() const;
+    CString trimmed() const;   // drops 9, 10, 13 and 32 on both ends
+    CString upperCase() const; // of Latin letters up to 0xFF; others stay
     CString lowerCase() const;
-    void replace(char16_t from, char16_t to) noexcept;
+    void replace(char16_t from, char16_t to);
 
     /// Optional "-"; then "0x", "0X", "#" or "$" and hexadecimal digits, or decimal digits. False,
     /// and 0 in `out`, on any other character.
@@ -98,9 +98,17 @@ public:
     }
     friend CString operator+(CString a, const CString& b) { return std::move(a.append(b)); }
     friend CString operator+(CString a, const char* b) { return std::move(a.append(b)); }
-    friend CString operator+(const char* a, const CString& b) { return std::move(CString(a).append(b)); }
+    friend CString operator+(const char* a, const CString& b) {
+        return std::move(CString(a).append(b));
+    }
 
 private:
+    size_t unitBytes() const noexcept { return wide ? sizeof(char16_t) : 1; }
+    void makeRoom(size_t need, bool asWide, bool keepContent);
+    void terminate() noexcept;
+    void put(size_t index, char16_t character) noexcept;
+    bool matchesAt(size_t start, const char* text, size_t length) const noexcept;
+
     static constexpr size_t kInlineBytes = 27; // terminator included
 
     void* data;

@@ -2,6 +2,12 @@
 
 #include "Core/CError.h"
 
+#include <cstdint>
+
+namespace lum::platform {
+class CMessageQueue;
+}
+
 /// What the module knows of itself and the system.
 namespace lum::system {
 
@@ -10,11 +16,16 @@ void noteStart();
 /// Seconds since the module was loaded.
 double secondsSinceLoad();
 /// The module's own file with "/" separators, and the part up to and including its last "/".
-const CString& getModulePath();
-const CString& getModuleDirectory();
+CString getModulePath();
+CString getModuleDirectory();
 
-/// The last resort: prints the error to the log and shows it to the user with the fixed text. Where
-/// no display can be had both texts go to standard error; it never blocks then.
+/// Posts a message with a value to a receiver of a queue. Any thread. Error: the post's error code.
+CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_t message,
+                       intptr_t value);
+
+/// The last resort: prints the error to the log and reports it to the user with the fixed text.
+/// Both texts go to standard error. It opens no window and waits for nobody, so that a host that
+/// scans its plug-ins unattended goes on. Any thread but the audio thread.
 void showError(CErrorResult error);
 
 } // namespace lum::system

@@ -10,7 +10,8 @@
 namespace lum {
 
 /// A thread with a wake event and a stop request. Not running, running, stopping; it may be run
-/// again after a stop. runThread and stopThread are called by one owner.
+/// again after a stop. runThread and stopThread are called by one owner. A class with a run() of
+/// its own calls stopThread in its destructor, before anything that run() uses is gone.
 class CThread : public CCheckedObject, public CLumMemAllocator {
 public:
     explicit CThread(CString threadName) : name(std::move(threadName)) {}

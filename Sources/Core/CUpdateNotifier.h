@@ -29,10 +29,16 @@ public:
 
 private:
     friend class CUpdateListener;
+    void add(CUpdateListener* listener, const void* key);
+    void remove(CUpdateListener* listener, const void* key);
     platform::CLock lock;
     CMap<const void*, CSet<CUpdateListener*>> listeners;
 };
 
+/// Receives what a notifier tells, on the notifying thread. A subclass detaches in its own
+/// destructor when others may notify at that time, because its onUpdate is gone before the base is.
+/// NOTE: onUpdate runs under the notifier's lock, which attaching takes as the last of its locks.
+/// So it attaches and detaches nothing; it posts an event and does so there.
 class CUpdateListener : public virtual CCheckedObject {
 public:
     CUpdateListener() = default;
@@ -45,6 +51,9 @@ public:
     void attach(CUpdateNotifier* notifier, const void* userKey);
 
 private:
+    template <class Action>
+    static void ifAlive(CUpdateNotifier* notifier, Action action);
+
     platform::CLock lock;
     CUpdateNotifier* current = nullptr;
     const void* currentKey = nullptr;

@@ -26,11 +26,15 @@ public:
 private:
     struct CChunk {
         uint8_t* bytes;
-        int64_t used; // valid once the chunk is closed
+        int64_t used; // of the present chunk: not before it is closed
     };
     static constexpr int64_t kFirstChunk = 1024; // bytes, inside the object
     void openChunk(int64_t remaining);
-    int64_t usedOf(size_t index) const;
+    void freeChunks();
+    template <class F>
+    CErrorResult forEachChunk(F&& visit) const;
+
+    int64_t closedBytes = 0; // in all chunks but the present one
 
     int64_t chunkSize = kFirstChunk; // of the present chunk
     int64_t freeRoom = kFirstChunk;

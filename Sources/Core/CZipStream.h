@@ -10,6 +10,7 @@ namespace lum {
 class CZipStream : public virtual CCheckedObject {
 protected:
     CZipStream();
+    const char* zipMessage() const; // zlib's own text, or empty
     static constexpr int kBufferBytes = 32768;
     z_stream zip;
 };
@@ -24,6 +25,10 @@ public:
     CErrorResult read(void* buffer, int64_t count) override;
 
 private:
+    CErrorResult inflateStep();
+    CErrorResult refill();
+    CErrorResult endOfFile();
+
     CInputStream* source = nullptr;
     uint8_t buffer[kBufferBytes];
 };
@@ -37,7 +42,10 @@ public:
     CErrorResult write(const void* buffer, int64_t count) override;
 
 private:
+    CErrorResult deflateStep();
+    CErrorResult finish();
     CErrorResult flushBuffer();
+
     COutputStream* target = nullptr;
     uint8_t buffer[kBufferBytes];
 };

@@ -12,6 +12,7 @@ enum class FileMode {
     ReadWrite, // made when missing
     Rewrite,   // made when missing, emptied
     Append,    // made when missing; writing starts at its end
+    CreateNew, // for writing; must not exist, whoever else asks for it at the same time
 };
 enum class StandardFile { Input, Output, Error };
 

@@ -23,10 +23,19 @@ private:
     pthread_mutex_t mutex;
 };
 
+/// One step of a loop that waits for another thread's few stores: a pause of the processor, and
+/// after a long time of that a system call that gives the time slice away, because on a busy
+/// machine the other thread may not be running at all.
+class CSpinWait {
+public:
+    void step() noexcept;
+
+private:
+    unsigned steps = 0;
+};
+
 /// A recursive lock taken by a loop of non-blocking tries. It makes no system call on its short
 /// path, so the audio thread may take it; whoever holds it does a few stores and no more.
-/// A waiter that has spun for a long time gives its time slice away, because on a busy machine the
-/// holder may not be running at all.
 class CSpinLock {
 public:
     CSpinLock() noexcept = default;
@@ -38,7 +47,7 @@ public:
     void leave() noexcept;
 
 private:
-    std::atomic<uintptr_t> owner{0}; // address of a thread-local byte, unique per live thread
+    std::atomic<uintptr_t> owner{0}; // the system's handle of the thread, 0 for none
     int depth = 0;                   // touched by the owner only
 };
 

@@ -13,7 +13,8 @@ public:
     CTimerQueue();
     ~CTimerQueue(); // stops the thread
 
-    /// First call at once, then every `periodMs`. Gives a number, 0 on failure with `errorCode` set.
+    /// First call at once, then every `periodMs`. Gives a number, 0 on failure with `errorCode`
+    /// set.
     uint32_t createTimer(uint32_t periodMs, Callback callback, void* argument, int& errorCode);
     /// When this returns the callback is not running, unless the caller is the callback itself.
     void deleteTimer(uint32_t id);

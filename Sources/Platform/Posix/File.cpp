@@ -1,0 +1,204 @@
+#include "Platform/File.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace lum::platform {
+
+namespace {
+
+constexpr mode_t kFileRights = 0666; // the process's mask takes away from these
+constexpr mode_t kFolderRights = 0777;
+
+int flagsOf(FileMode mode) {
+    switch (mode) {
+    case FileMode::Read:
+        return O_RDONLY;
+    case FileMode::ReadWrite:
+        return O_RDWR | O_CREAT;
+    case FileMode::Rewrite:
+        return O_RDWR | O_CREAT | O_TRUNC;
+    case FileMode::Append:
+        return O_RDWR | O_CREAT;
+    case FileMode::CreateNew:
+        return O_RDWR | O_CREAT | O_EXCL;
+    }
+    return O_RDONLY;
+}
+
+/// Code of a call that gives a negative number on failure.
+int codeOf(int64_t result) {
+    return result < 0 ? errno : 0;
+}
+
+/// A folder can be opened for reading like a file, but is none.
+int refuseFolder(int handle) {
+    struct stat info {};
+    if (fstat(handle, &info) != 0) return errno;
+    return S_ISDIR(info.st_mode) ? EISDIR : 0;
+}
+
+/// Repeats `transfer(done)` until `count` bytes are through, or it gives 0 (the end) or fails.
+template <class Transfer>
+int transferAll(uint64_t count, uint64_t& done, Transfer transfer) {
+    done = 0;
+    while (done < count) {
+        const ssize_t n = transfer(done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return errno;
+        if (n == 0) break;
+        done += static_cast<uint64_t>(n);
+    }
+    return 0;
+}
+
+std::string homeFolder() {
+    const char* home = std::getenv("HOME");
+    if (home && *home == '/') return home;
+    std::vector<char> buffer(16384);
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found && found->pw_dir ? found->pw_dir : "";
+}
+
+/// Path of a loaded file as the loader names it, links kept: what lies beside it is beside the
+/// link.
+std::string absolute(const std::string& name) {
+    char buffer[PATH_MAX];
+    if (name.find('/') == std::string::npos) {
+        // A program is named by the word it was called with, which need not be a path.
+        return realpath("/proc/self/exe", buffer) ? buffer : "";
+    }
+    if (name[0] == '/') return name;
+    if (!getcwd(buffer, sizeof buffer)) return {};
+    const size_t start = name.rfind("./", 0) == 0 ? 2 : 0;
+    return std::string(buffer) + "/" + name.substr(start);
+}
+
+std::string withoutSlash(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
+} // namespace
+
+int openFile(const std::string& path, FileMode mode, int& handle) noexcept {
+    handle = kNoFile;
+    const int opened = open(path.c_str(), flagsOf(mode) | O_CLOEXEC, kFileRights);
+    if (opened < 0) return errno;
+    int code = refuseFolder(opened);
+    if (code == 0 && mode == FileMode::Append) {
+        // A pipe or a device has no end to go to, and takes bytes where it is.
+        code = codeOf(lseek(opened, 0, SEEK_END));
+        if (code == ESPIPE) code = 0;
+    }
+    if (code != 0) {
+        close(opened);
+        return code;
+    }
+    handle = opened;
+    return 0;
+}
+
+int standardFile(StandardFile which) noexcept {
+    switch (which) {
+    case StandardFile::Input:
+        return STDIN_FILENO;
+    case StandardFile::Output:
+        return STDOUT_FILENO;
+    case StandardFile::Error:
+        return STDERR_FILENO;
+    }
+    return kNoFile;
+}
+
+int closeFile(int handle) noexcept {
+    return codeOf(close(handle));
+}
+
+int readFile(int handle, void* buffer, uint64_t count, uint64_t& got) noexcept {
+    return transferAll(count, got, [&](uint64_t done) {
+        return read(handle, static_cast<char*>(buffer) + done, count - done);
+    });
+}
+
+int writeFile(int handle, const void* buffer, uint64_t count, uint64_t& written) noexcept {
+    return transferAll(count, written, [&](uint64_t done) {
+        return write(handle, static_cast<const char*>(buffer) + done, count - done);
+    });
+}
+
+int seekFile(int handle, uint64_t position) noexcept {
+    if (position > static_cast<uint64_t>(INT64_MAX)) return EINVAL;
+    return codeOf(lseek(handle, static_cast<off_t>(position), SEEK_SET));
+}
+
+int skipFile(int handle, int64_t distance) noexcept {
+    return codeOf(lseek(handle, static_cast<off_t>(distance), SEEK_CUR));
+}
+
+int tellFile(int handle, uint64_t& position) noexcept {
+    const off_t place = lseek(handle, 0, SEEK_CUR);
+    position = place < 0 ? 0 : static_cast<uint64_t>(place);
+    return codeOf(place);
+}
+
+int sizeOfFile(int handle, uint64_t& size) noexcept {
+    struct stat info {};
+    const int result = fstat(handle, &info);
+    size = result < 0 ? 0 : static_cast<uint64_t>(info.st_size);
+    return codeOf(result);
+}
+
+int flushFile(int handle) noexcept {
+    return codeOf(fsync(handle));
+}
+
+int renameFile(const std::string& from, const std::string& to) noexcept {
+    return codeOf(std::rename(from.c_str(), to.c_str()));
+}
+
+int removeFile(const std::string& path) noexcept {
+    return codeOf(unlink(path.c_str()));
+}
+
+bool isFolder(const std::string& path) noexcept {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+int makeFolders(const std::string& path) noexcept {
+    for (size_t end = 1; end <= path.size(); end++) {
+        if (end < path.size() && path[end] != '/') continue;
+        const std::string part = path.substr(0, end);
+        if (mkdir(part.c_str(), kFolderRights) == 0 || isFolder(part)) continue;
+        return errno == EEXIST ? ENOTDIR : errno;
+    }
+    return 0;
+}
+
+std::string modulePath() {
+    Dl_info info{};
+    if (dladdr(reinterpret_cast<const void*>(&modulePath), &info) == 0 || !info.dli_fname)
+        return {};
+    return absolute(info.dli_fname);
+}
+
+std::string userConfigFolder() {
+    // A relative path in the variable is to be ignored by its definition.
+    const char* config = std::getenv("XDG_CONFIG_HOME");
+    if (config && *config == '/') return withoutSlash(config);
+    const std::string home = homeFolder();
+    return home.empty() ? home : withoutSlash(home) + "/.config";
+}
+
+} // namespace lum::platform

@@ -1,0 +1,315 @@
+#include "Core/CAppData.h"
+#include "Core/CMemoryReader.h"
+#include "Core/CResourceReader.h"
+#include "Core/CWriteSeqBuffer.h"
+#include "Core/TempFolder.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using namespace lum;
+
+namespace {
+
+class CTestStore : public CAppData {
+public:
+    explicit CTestStore(const CTempFolder& folder)
+        : CAppData("Maker/Product/", "Product/", "Test_"), moduleFolder(folder / "module/") {}
+
+private:
+    CString findModuleFolder() const override { return moduleFolder; }
+    CString moduleFolder;
+};
+
+struct CTestListener : CAppDataListener<std::string> {
+    using CAppDataListener::CAppDataListener;
+    void onUpdate(const CUpdateRecord* record) override {
+        *owner += static_cast<const CAppDataUpdate*>(record)->source == this ? "own " : "other ";
+    }
+};
+
+/// A user with a configuration folder, and a module that lies in another.
+class AppData : public testing::Test {
+protected:
+    AppData() { setenv("XDG_CONFIG_HOME", folder.path("user").c_str(), 1); }
+    ~AppData() override {
+        unsetenv("XDG_CONFIG_HOME");
+        clearResources();
+    }
+    static CByteBuffer bytes(const std::string& text) { return {text.data(), text.size()}; }
+    static std::string blockOf(const std::string& text) {
+        CWriteSeqBuffer stream;
+        EXPECT_FALSE(stream.writeCompressedData(bytes(text), kDataBlock));
+        CByteBuffer out;
+        stream.getBytes(out);
+        return {reinterpret_cast<const char*>(out.data()), out.size()};
+    }
+    /// Makes a record by hand: in a folder below the fixture's.
+    void putRecord(const std::string& place, const std::string& content) const {
+        std::filesystem::create_directories(folder.path(place));
+        folder.put(place + "/rec", content);
+    }
+    static std::string readRecord(CAppData& store, bool reload = false) {
+        CByteBuffer out = bytes("old");
+        store.read("rec", out, kDataBlock, reload);
+        return {reinterpret_cast<const char*>(out.data()), out.size()};
+    }
+
+    CTempFolder folder;
+};
+
+const char* const kUserPlace = "user/Maker/Product";
+
+} // namespace
+
+TEST_F(AppData, readingMakesNothingOnTheDisk) {
+    CTestStore store(folder);
+    EXPECT_EQ(readRecord(store), "");
+    CString text;
+    store.getString(text, "rec", "default");
+    EXPECT_EQ(text, "default");
+    EXPECT_EQ(folder.entryCount(), 0u);
+}
+
+TEST_F(AppData, writtenRecordsAreThereInTheNextProcess) {
+    {
+        CTestStore store(folder);
+        store.write("rec", bytes("content"), nullptr, kDataBlock);
+        store.setString("text", u"caf\u00E9 \u20AC", nullptr);
+    }
+    EXPECT_EQ(folder.get("user/Maker/Product/rec"), blockOf("content"));
+    CTestStore store(folder);
+    CString text;
+    store.getString(text, "text", "default");
+    EXPECT_EQ(text, u"caf\u00E9 \u20AC");
+    EXPECT_EQ(readRecord(store), "content");
+}
+
+TEST_F(AppData, theFirstPlaceThatOpensWins) {
+    const std::string block = blockOf("embedded");
+    std::string resource(4, '\0');
+    resource[0] = static_cast<char>(block.size());
+    resource += block;
+    const CResourceRow rows[] = {{reinterpret_cast<const uint8_t*>(resource.data()), "Test_rec"},
+                                 {nullptr, nullptr}};
+    registerResources(rows);
+    const auto nowRead = [this] {
+        CTestStore fresh(folder);
+        return readRecord(fresh);
+    };
+    EXPECT_EQ(nowRead(), "embedded");
+    putRecord("module/Product", blockOf("beside"));
+    EXPECT_EQ(nowRead(), "beside");
+    putRecord(kUserPlace, blockOf("user"));
+    EXPECT_EQ(nowRead(), "user");
+    putRecord("module/Maker Settings/Product", blockOf("portable"));
+    EXPECT_EQ(nowRead(), "portable");
+    // A damaged record is absent and does not fall through.
+    putRecord("module/Maker Settings/Product", blockOf("portable").substr(0, 15));
+    EXPECT_EQ(nowRead(), "");
+}
+
+TEST_F(AppData, aPortableFolderIsWrittenAndTheUsersOnlyRead) {
+    putRecord(kUserPlace, blockOf("user"));
+    std::filesystem::create_directories(folder.path("module/Maker Settings"));
+    CTestStore store(folder);
+    EXPECT_EQ(readRecord(store), "user");
+    store.write("rec", bytes("new"), nullptr, kDataBlock);
+    EXPECT_EQ(folder.get("module/Maker Settings/Product/rec"), blockOf("new"));
+    EXPECT_EQ(folder.get("user/Maker/Product/rec"), blockOf("user"));
+    CTestStore next(folder);
+    EXPECT_EQ(readRecord(next), "new");
+}
+
+TEST_F(AppData, theCacheAnswersUntilAReload) {
+    CTestStore store(folder);
+    putRecord(kUserPlace, blockOf("first"));
+    EXPECT_EQ(readRecord(store), "first");
+    putRecord(kUserPlace, blockOf("second"));
+    EXPECT_EQ(readRecord(store), "first");
+    CByteBuffer out = bytes("old");
+    store.read("rec", out, kListBlock); // another id gives nothing and spoils nothing
+    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(readRecord(store), "first");
+    EXPECT_EQ(readRecord(store, true), "second");
+    putRecord(kUserPlace, "damaged");
+    EXPECT_EQ(readRecord(store, true), "second");
+    std::filesystem::remove(folder.path("user/Maker/Product/rec"));
+    EXPECT_EQ(readRecord(store, true), "second");
+}
+
+TEST_F(AppData, damagedTextsGiveTheDefaultOrNothing) {
+    putRecord(kUserPlace, "no block at all");
+    CTestStore store(folder);
+    CString text;
+    store.getString(text, "rec", "default");
+    EXPECT_EQ(text, "default");
+    store.write("rec", bytes("\x09"), nullptr, kStringBlock); // a whole block, a cut text
+    store.getString(text, "rec", "default");
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(AppData, aFailedDiskWriteStaysInTheCacheAndTellsNobody) {
+    putRecord(kUserPlace, blockOf("old"));
+    std::string heard;
+    CTestListener listener(heard);
+    CTestStore store(folder);
+    listener.attach(store, "rec");
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit full{4, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &full);
+    store.write("rec", bytes("new"), &listener, kDataBlock);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(readRecord(store), "new");
+    EXPECT_EQ(folder.get("user/Maker/Product/rec"), blockOf("old"));
+    EXPECT_EQ(folder.entryCount(), 4u); // three folders and the record: no litter
+    EXPECT_EQ(heard, "");
+}
+
+TEST_F(AppData, withoutAFolderNothingIsWritten) {
+    folder.put("user", "a file where the folder should be");
+    CTestStore store(folder);
+    store.write("rec", bytes("new"), nullptr, kDataBlock);
+    EXPECT_EQ(readRecord(store), "");
+    EXPECT_EQ(folder.entryCount(), 1u);
+}
+
+TEST_F(AppData, listenersHearWritesOfTheirRecord) {
+    CTestStore store(folder);
+    std::string heard;
+    CTestListener first(heard);
+    first.attach(store, "rec");
+    store.write("rec", bytes("a"), &first, kDataBlock);
+    store.write("rec", bytes("b"), this, kDataBlock);
+    store.write("another", bytes("c"), &first, kDataBlock);
+    EXPECT_EQ(heard, "own other ");
+    first.detach();
+    store.write("rec", bytes("d"), this, kDataBlock);
+    EXPECT_EQ(heard, "own other ");
+    EXPECT_EQ(store.getKey("rec"), 1u);
+    EXPECT_EQ(store.getKey("another"), 2u);
+}
+
+TEST_F(AppData, threadsShareAStoreAndSeeWholeRecords) {
+    CTestStore store(folder);
+    std::atomic<int> torn{0};
+    const auto work = [&](int seed) {
+        std::string heard;
+        CTestListener listener(heard);
+        for (int i = 0; i < 60; i++) {
+            listener.attach(store, "unheard");
+            store.write("rec", bytes(std::string(100, static_cast<char>('a' + seed))), &listener,
+                        kDataBlock);
+            const std::string content = readRecord(store, i % 3 == 0);
+            torn += content.size() != 100 || content.find_first_not_of(content[0]) != content.npos;
+            listener.detach();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int seed = 0; seed < 4; seed++) threads.emplace_back(work, seed);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(torn, 0);
+}
+
+TEST_F(AppData, theStorageTypesNameTheThreeStores) {
+    EXPECT_EQ(CAppData::findStore("local"), &CAppDataLocal::get());
+    EXPECT_EQ(CAppData::findStore("group"), &CAppDataGroup::get());
+    EXPECT_EQ(CAppData::findStore("global"), &CAppDataGlobal::get());
+    EXPECT_EQ(CAppData::findStore("Local"), nullptr);
+    const std::pair<CAppData*, const char*> rows[] = {
+        {&CAppDataGlobal::get(), "user/Lumeron/name"},
+        {&CAppDataGroup::get(), "user/Lumeron/Audio Plug-Ins/name"},
+        {&CAppDataLocal::get(), "user/Lumeron/Audio Plug-Ins/Sorrel GEQ/name"}};
+    for (const auto& [store, file] : rows) {
+        store->setString("name", "x", nullptr);
+        EXPECT_FALSE(folder.get(file).empty()) << file;
+    }
+}
+
+namespace {
+
+/// A record of many equal, badly packed parts, so that a mixture of two is seen.
+std::string patternOf(uint32_t seed) {
+    std::mt19937 random(seed);
+    std::string all;
+    for (int i = 0; i < 20000; i++) all += static_cast<char>(random());
+    return all;
+}
+
+/// Writes patterns in turn for ever in a process of its own; returns when it has written one.
+pid_t startWriter(const CTempFolder& folder, uint32_t firstSeed) {
+    const std::string patterns[] = {patternOf(firstSeed), patternOf(firstSeed + 1)};
+    int ready[2] = {};
+    EXPECT_EQ(pipe(ready), 0);
+    const pid_t child = fork();
+    if (child != 0) {
+        char byte = 0;
+        close(ready[1]);
+        EXPECT_EQ(read(ready[0], &byte, 1), 1);
+        close(ready[0]);
+        return child;
+    }
+    CTestStore store(folder);
+    for (size_t i = 0;; i++) {
+        const std::string& pattern = patterns[i % 2];
+        store.write("rec", {pattern.data(), pattern.size()}, nullptr, kDataBlock);
+        if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
+    }
+}
+
+void killWriter(pid_t child) {
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+}
+
+} // namespace
+
+TEST_F(AppData, aKilledWriterLeavesAWholeRecord) {
+    const std::string patterns[] = {patternOf(1), patternOf(2)};
+    CTestStore store(folder);
+    store.write("rec", bytes(patterns[0]), nullptr, kDataBlock);
+    std::mt19937 random(11);
+    int changes = 0;
+    std::string last = patterns[0];
+    for (int run = 0; run < 200; run++) {
+        const pid_t child = startWriter(folder, 1);
+        usleep(static_cast<useconds_t>(random() % 5000));
+        killWriter(child);
+        CTestStore fresh(folder);
+        const std::string content = readRecord(fresh);
+        ASSERT_TRUE(content == patterns[0] || content == patterns[1]) << "run " << run;
+        changes += content != last;
+        last = content;
+    }
+    EXPECT_GT(changes, 10); // the writers did get to write
+}
+
+TEST_F(AppData, twoProcessesThatWriteAtOnceLeaveOneOfTheTwo) {
+    const std::string patterns[] = {patternOf(1), patternOf(2), patternOf(3), patternOf(4)};
+    CTestStore store(folder);
+    store.write("rec", bytes(patterns[0]), nullptr, kDataBlock);
+    const pid_t children[] = {startWriter(folder, 1), startWriter(folder, 3)};
+    std::set<size_t> seen;
+    for (int i = 0; i < 300; i++) {
+        // A fresh store each time, as the cache of an old one would hide a damaged record.
+        CTestStore fresh(folder);
+        const std::string content = readRecord(fresh);
+        const auto found = std::find(std::begin(patterns), std::end(patterns), content);
+        ASSERT_NE(found, std::end(patterns)) << "read " << i;
+        seen.insert(static_cast<size_t>(found - std::begin(patterns)));
+        usleep(500);
+    }
+    for (const pid_t child : children) killWriter(child);
+    EXPECT_GT(seen.size(), 2u); // of both writers
+}

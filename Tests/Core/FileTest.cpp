@@ -1,0 +1,160 @@
+#include "Core/CAtomicFileWriter.h"
+#include "Core/TempFolder.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+using namespace lum;
+
+namespace {
+
+/// A disk on which a file can have no more than some bytes.
+class CSmallDisk {
+public:
+    explicit CSmallDisk(rlim_t bytes) {
+        signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &old);
+        const rlimit small{bytes, old.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~CSmallDisk() { setrlimit(RLIMIT_FSIZE, &old); }
+
+private:
+    rlimit old{};
+};
+
+CErrorResult writeText(COutputStream& target, const std::string& text) {
+    return target.write(text.data(), static_cast<int64_t>(text.size()));
+}
+
+} // namespace
+
+TEST(File, failuresNameTheFileAndTheSystemsCode) {
+    CTempFolder folder;
+    folder.put("short", "0123456789");
+    CFileReader reader;
+    CFileWriter writer;
+    CAtomicFileWriter atomic;
+    char out[16];
+    EXPECT_EQ(reader.open("nowhere\\a\\b.x").line(0),
+              "Unable to open file 'nowhere/a/b.x' for reading (error 2).");
+    EXPECT_TRUE(reader.getFileName().empty());
+    EXPECT_EQ(writer.open("nowhere/b", true).line(0),
+              "Unable to open file 'nowhere/b' for appending (error 2).");
+    EXPECT_EQ(writer.open("nowhere/b", false).line(0),
+              "Unable to open file 'nowhere/b' for rewriting (error 2).");
+    EXPECT_EQ(atomic.open("nowhere\\b").line(0),
+              "Unable to open file 'nowhere/b' for rewriting (error 2).");
+    const CString name = folder / "short";
+    ASSERT_FALSE(reader.open(name));
+    EXPECT_EQ(reader.read(out, 11).line(0),
+              "Unable to read from file '" + name + "' (required 11 bytes, read 10 bytes).");
+    EXPECT_EQ(reader.skip(-100).line(0),
+              "Unable to increment file's '" + name + "' position by -100 (error 22).");
+    EXPECT_EQ(reader.setPosition(UINT64_MAX >> 1).line(0).substring(0, 27),
+              "Unable to set file's '" + name.substring(0, 5));
+    ASSERT_FALSE(reader.close());
+    EXPECT_EQ(reader.read(out, 1).line(0), "Unable to read from file '' (error 9).");
+}
+
+TEST(File, positionsSizesAndStreamedReadsAgree) {
+    CTempFolder folder;
+    folder.put("a b", "0123456789");
+    CFileReader reader;
+    ASSERT_FALSE(reader.open(folder.path("a b").c_str()));
+    uint64_t value = 0;
+    char out[16];
+    ASSERT_FALSE(reader.getSize(value));
+    EXPECT_EQ(value, 10u);
+    ASSERT_FALSE(reader.setPosition(2));
+    ASSERT_FALSE(reader.skip(3));
+    EXPECT_EQ(reader.bytesLeft(), 5);
+    ASSERT_FALSE(reader.read(out, 2));
+    EXPECT_EQ(std::string(out, 2), "56");
+    int64_t count = 16;
+    ASSERT_FALSE(reader.readStreamed(out, count));
+    EXPECT_EQ(std::string(out, static_cast<size_t>(count)), "789");
+    count = 16;
+    ASSERT_FALSE(reader.readStreamed(out, count));
+    EXPECT_EQ(count, 0);
+}
+
+TEST(File, rewritingEmptiesAndAppendingGoesOn) {
+    CTempFolder folder;
+    const struct {
+        bool isAppending;
+        const char* text;
+        const char* content;
+    } steps[] = {{true, "ab", "ab"}, {true, "cd", "abcd"}, {false, "e", "e"}, {true, "f", "ef"}};
+    CFileWriter writer;
+    for (const auto& step : steps) {
+        ASSERT_FALSE(writer.open(folder / "file", step.isAppending));
+        ASSERT_FALSE(writeText(writer, step.text));
+        ASSERT_FALSE(writer.close());
+        EXPECT_EQ(folder.get("file"), step.content);
+    }
+}
+
+TEST(File, starsAreTheStandardStreams) {
+    CFileReader reader;
+    CFileWriter writer;
+    ASSERT_FALSE(reader.open("*"));
+    EXPECT_EQ(reader.getFileName(), "stdin");
+    ASSERT_FALSE(writer.open("*e", true));
+    EXPECT_EQ(writer.getFileName(), "stderr");
+    ASSERT_FALSE(writer.open("*", false));
+    EXPECT_EQ(writer.getFileName(), "stdout");
+    ASSERT_FALSE(writer.close());
+    ASSERT_FALSE(writer.open("*", false)); // closing left the stream itself open
+    EXPECT_FALSE(writer.write("", 0));
+}
+
+TEST(AtomicFile, theOldContentStaysUntilTheCommit) {
+    CTempFolder folder;
+    folder.put("file", "old");
+    {
+        CAtomicFileWriter writer;
+        ASSERT_FALSE(writer.open(folder / "file"));
+        ASSERT_FALSE(writeText(writer, "dropped"));
+    }
+    EXPECT_EQ(folder.get("file"), "old");
+    CAtomicFileWriter writer;
+    CAtomicFileWriter other;
+    ASSERT_FALSE(writer.open(folder / "file"));
+    ASSERT_FALSE(other.open(folder / "file"));
+    ASSERT_FALSE(writeText(writer, "first"));
+    ASSERT_FALSE(writeText(other, "second"));
+    EXPECT_EQ(folder.get("file"), "old");
+    ASSERT_FALSE(writer.commit());
+    EXPECT_EQ(folder.get("file"), "first");
+    ASSERT_FALSE(other.commit());
+    EXPECT_EQ(folder.get("file"), "second");
+    EXPECT_EQ(folder.entryCount(), 1u);
+}
+
+TEST(AtomicFile, aFullDiskLeavesTheOldContentAndNoLitter) {
+    CTempFolder folder;
+    folder.put("file", "old");
+    CAtomicFileWriter writer;
+    ASSERT_FALSE(writer.open(folder / "file"));
+    {
+        CSmallDisk disk(1000);
+        EXPECT_EQ(writeText(writer, std::string(5000, 'x')).line(0),
+                  "Unable to write to file '" + (folder / "file") + "' (error 27).");
+    }
+    writer.cancel();
+    EXPECT_EQ(folder.get("file"), "old");
+    EXPECT_EQ(folder.entryCount(), 1u);
+}
+
+TEST(AtomicFile, everyNameTheSystemTakesCanBeWritten) {
+    CTempFolder folder;
+    const std::string name(255, 'n');
+    CAtomicFileWriter writer;
+    ASSERT_FALSE(writer.open(folder / name));
+    ASSERT_FALSE(writeText(writer, "content"));
+    ASSERT_FALSE(writer.commit());
+    EXPECT_EQ(folder.get(name), "content");
+    EXPECT_TRUE(writer.open(folder / "")); // a folder is no file
+}
