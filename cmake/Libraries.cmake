@@ -17,6 +17,11 @@ lum_library(lum_core Core lum_platform ${LUM_ZLIB_STATIC} ${LUM_LZ4_STATIC})
 lum_library(lum_other Other lum_core)
 lum_library(lum_audio Audio lum_other)
 
+file(GLOB_RECURSE ui_sources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/UI/*.cpp)
+if(ui_sources)
+  lum_library(lum_ui UI lum_other)
+endif()
+
 # One file per instruction set; the code is chosen once at start by cpuid.
 file(GLOB_RECURSE avx2 CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/*Avx2.cpp)
 file(GLOB_RECURSE avx512 CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/*Avx512.cpp)

@@ -18,4 +18,19 @@ endfunction()
 lum_test(tests_platform Platform lum_platform)
 lum_test(tests_core Core lum_core)
 lum_test(tests_other Other lum_other)
-lum_test(tests_audio Audio lum_audio)
+lum_test(tests_audio Audio lum_audio lum_product)
+if(TARGET lum_ui)
+  lum_test(tests_ui UI lum_ui)
+endif()
+
+# The plug-in's binary, driven through its host interface.
+lum_test(tests_host Host Threads::Threads ${CMAKE_DL_LIBS})
+if(TARGET tests_host)
+  add_dependencies(tests_host SorrelGEQ)
+  target_include_directories(tests_host PRIVATE ${CMAKE_SOURCE_DIR}/Sources)
+  target_compile_definitions(tests_host PRIVATE LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>")
+endif()
+
+add_test(NAME tree_compiler
+         COMMAND ${CMAKE_SOURCE_DIR}/Tests/Tools/TreeCompilerTest.sh $<TARGET_FILE:sorrel-treec>
+                 $<TARGET_FILE:sorrel-treedump>)

@@ -5,12 +5,14 @@
 #include "Core/Realtime.h"
 #include "Platform/Lock.h"
 
+#include <atomic>
+
 namespace lum {
 
 class CAudioParam;
 class CAudioParamCollector;
 class CAudioParamFilter;
-class CAudioParamRegistry;
+class CAudioParamRegistryBase;
 struct CAudioListenerNode;
 struct CQueuedChange;
 class CParamUndoRecord;
@@ -30,6 +32,7 @@ private:
 };
 
 /// Changes that are collected and handed over together. While one is open no deferred call runs.
+/// Control threads, one thread a batch.
 class CAudioParamBatch {
 public:
     explicit CAudioParamBatch(CAudioParamCollector& owner);
@@ -51,8 +54,10 @@ struct CChangeContext {
     bool isImmediate = false; // straight to the audio-side values; set-up time only
 };
 
-/// What the collector's notifier tells of a change; the record's key is the parameter.
+/// What the collector's notifier tells of a change; the record's key is the parameter. Listeners
+/// compare `originator` with themselves to drop changes of their own.
 struct CAudioParamUpdate : CUpdateRecord {
+    const void* originator = nullptr;
     CAudioParam* param = nullptr;
     const CAudioParamChange* change = nullptr;
     CAudioParamGuard* guard = nullptr;
@@ -66,11 +71,15 @@ class CAudioParam : public CCheckedObject, public CLumMemAllocator {
 public:
     CAudioParam(CAudioParamCollector& owner, CString fullName);
     ~CAudioParam() override;
+    CAudioParam(const CAudioParam&) = delete;
+    CAudioParam& operator=(const CAudioParam&) = delete;
 
     const CString& getName() const { return name; }
     CAudioParamCollector& getCollector() const { return collector; }
-    const CAudioParamInfo* getInfo() const { return info; }
-    bool isBound() const { return info != nullptr; }
+    const CAudioParamInfo* getInfo() const LUM_REALTIME {
+        return info.load(std::memory_order_acquire);
+    }
+    bool isBound() const LUM_REALTIME { return getInfo() != nullptr; }
     /// The control-side values. Under a guard.
     const CAudioParamStorage& getValues() const { return values; }
     const CAudioParamStorage& getResetValues() const { return resetValues; }
@@ -78,40 +87,78 @@ public:
     const CAudioParamStorage& getAudioValues() const LUM_REALTIME { return audioValues; }
     double readValue(int group, int element, double fallback = 0.0); // takes a guard
 
-    /// Binds to a definition, or rebinds when it differs, and applies its defaults.
-    void bind(const CAudioParamInfo& newInfo, const CChangeContext& context);
+    /// Binds to a definition, or rebinds when it differs, and applies its defaults. A definition
+    /// that the parameter has already is seen without a lock, so that the audio thread may ask too.
+    /// newInfo: lives longer than this parameter.
+    void bind(const CAudioParamInfo& newInfo, const CChangeContext& context,
+              CAudioParamGuard* guard = nullptr);
 
     // All of these take a guard, or use the one that is passed.
-    void setValue(double value, const void* originator, CAudioParamGuard* guard = nullptr);
+    /// Writes element 0 of a group of a float parameter; the group has one element afterwards.
+    void setValue(double value, int group, const void* originator,
+                  CAudioParamGuard* guard = nullptr);
     void setString(int group, int element, const CString& text, const void* originator,
                    CAudioParamGuard* guard = nullptr);
     void setRaw(int group, int element, const CByteBuffer& bytes, const void* originator,
                 CAudioParamGuard* guard = nullptr);
-    CString getString(int group, int element);
-    /// The one path by which values change.
+    CString getString(int group, int element, CAudioParamGuard* guard = nullptr);
+    /// The one path by which values change. A change that the values do not take (no format yet,
+    /// another one, beyond the limits) is dropped.
     void applyChange(const CAudioParamChange& change, const CChangeContext& context,
                      CAudioParamGuard* guard = nullptr);
     /// Goes back to the reset values: a negative group for all, element -1 for a whole group.
     void reset(int group, int element, const CChangeContext& context, bool isSingleSource = false,
                CAudioParamGuard* guard = nullptr);
 
+    /// Writes the block that a preset keeps of this parameter: the definition's full name and the
+    /// values, of all groups or of one.
+    CErrorResult saveForPreset(COutputStream& stream, int group = -1);
+    /// Reads such a block into the reset values and tells nobody.
+    CErrorResult loadResetValues(CInputStream& stream);
+    /// Reads such a block into the values; group -1 for all groups, element -1 for whole groups.
+    CErrorResult loadFromPreset(CInputStream& stream, const CChangeContext& context, int group,
+                                int element, CAudioParamGuard* guard = nullptr);
+
+    /// Filters that take this parameter as a source. Under a guard.
     void addFilter(CAudioParamFilter& filter);
     void removeFilter(CAudioParamFilter& filter);
+
+    /// Registries whose preset name turns to "User" when this parameter changes.
+    void addPresetNameRegistry(CAudioParamRegistryBase& registry);
+    void removePresetNameRegistry(CAudioParamRegistryBase& registry);
+    CVector<CAudioParamRegistryBase*, 2> getPresetNameRegistries() const;
 
 private:
     friend class CAudioParamCollector;
     friend class CAudioParamGuard;
-    friend class CAudioParamRegistry;
+
+    bool fillGap(const CAudioParamChange& change, const CChangeContext& context,
+                 CAudioParamGuard& guard);
+    void write(const CAudioParamChange& change, const CChangeContext& context);
+    void announce(const CAudioParamChange& change, const CChangeContext& context,
+                  CAudioParamGuard& guard);
+    void resetElement(int group, int element, const CChangeContext& context, bool isSingleSource,
+                      CAudioParamGuard& guard);
+    void setItem(int group, int element, CAudioParamChange& change, const void* originator,
+                 CAudioParamGuard& guard);
+    CErrorResult loadValues(CInputStream& stream, CAudioParamStorage& target) const;
+    void takeAllGroups(const CAudioParamStorage& loaded, const CChangeContext& context,
+                       CAudioParamGuard& guard);
+    void takeOneGroup(const CAudioParamStorage& loaded, const CChangeContext& context, int group,
+                      int element, CAudioParamGuard& guard);
 
     platform::CLock lock;
     CAudioParamCollector& collector;
-    const CAudioParamInfo* info = nullptr;
+    std::atomic<const CAudioParamInfo*> info{nullptr}; // written under the lock
     CString name;
     CAudioParamStorage values;
     CAudioParamStorage resetValues;
     CVector<CAudioParamFilter*, 1> filters;
     CAudioListenerNode* audioListeners = nullptr;
     CAudioParamStorage audioValues;
+    mutable platform::CSpinLock registryLock;
+    CVector<CAudioParamRegistryBase*, 2> presetNameRegistries;
+    CAudioParamRegistryBase* enumeratedRegistry = nullptr;
 };
 
 } // namespace lum

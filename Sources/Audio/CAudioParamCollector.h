@@ -6,12 +6,11 @@
 namespace lum {
 
 class CAudioEnv;
-class CAudioParamRegistry;
 class CSharedParam;
 
 /// A queued change with the parameter that it is for.
 struct CQueuedChange : public CLumMemAllocator {
-    CAudioParam* param;
+    CAudioParam* param = nullptr;
     CAudioParamChange change;
     CQueuedChange* next = nullptr;
 };
@@ -40,6 +39,16 @@ CString resolveParamName(const CString& base, const CString& name);
 /// `audio:param-collector`: owner of all live parameters of an instance, and of the road by which
 /// a change reaches the audio thread: a list of records, handed over at the head of each block
 /// under the short lock of the environment.
+///
+/// What the audio thread does here costs no system memory and no blocking lock. Records come ready
+/// made; applying one reallocates the arrays of the audio-side storage, each at most one block of
+/// the pool (see kMaxParamGroupValues); freeing one gives pool blocks back. Strings and raw data
+/// are shared with the record, never copied, and the last reference to a large one goes to a list
+/// that the next queued change frees (see CAudioParamDataItem). Listener nodes come from pool
+/// blocks.
+///
+/// Lock order: a parameter's guard, then the environment's lock or one of the collector's own spin
+/// locks; none of those is held while other code is called.
 class CAudioParamCollector : public CObject, public CUpdateNotifier {
 public:
     CAudioParamCollector();
@@ -47,22 +56,27 @@ public:
     static void fillClass(CClassInfo& info);
     CErrorResult init() override;
 
-    /// The parameter of a full name, through remaps; made on demand, never fails. Any thread.
+    /// The parameter of a full name, through remaps; made on demand, never fails. Any thread: a
+    /// look-up holds a spin lock, and the audio thread may do it, though it had better keep the
+    /// result.
     CAudioParam& getParam(const CString& name);
     CAudioParam& getParamDirect(const CString& name);
     bool isRedirected(const CString& name) const;
     void addRemap(const CString& original, const CString& replacement);
 
-    /// Takes a copy of a change for the audio thread, or applies it there and then.
+    /// Takes a copy of a change for the audio thread, or applies it there and then (set-up only).
     void queueChange(CAudioParam& param, const CAudioParamChange& change, bool isImmediate);
     /// Takes over a list made by a batch.
     void handOverBatch(CQueuedChange* head, CQueuedChange* tail);
     /// Applies all pending changes to the audio-side values and marks their listeners. Spins on the
     /// environment's lock for a pointer swap.
     void takePendingChanges() LUM_REALTIME;
+    /// Records that wait, for tests and diagnostics.
+    int countPendingChanges();
 
     /// Listens on the audio side: sets `dirty` to 1 and stores a mask of the groups that changed.
-    /// `storage` receives the audio-side values, `groupMask` the groups present.
+    /// `storage` receives the audio-side values, `groupMask` the groups present; `dirty` is not
+    /// touched now.
     CAudioListenerNode* addAudioListener(CAudioParam& param, const CAudioParamStorage*& storage,
                                          uint8_t* dirty, uint32_t* groupMask, int group,
                                          int element) LUM_REALTIME;
@@ -70,47 +84,63 @@ public:
 
     void acquireGuard(bool isBatch = false);
     void releaseGuard(bool isBatch = false);
-    /// Runs a call when no guard or batch is open, on the thread that closes the last one.
+    /// Runs a call when no guard or batch is open, on the thread that closes the last one; at once
+    /// when none is open now.
     void deferCall(CDeferredCallTarget& target, int32_t argument, double value);
+    /// Forgets the calls of a target that goes away.
+    void cancelDeferredCalls(CDeferredCallTarget& target);
 
     void addSharedParam(std::unique_ptr<CSharedParam> param);
-    void addRegistry(CAudioParamRegistry& registry);
-    /// Once, from the instance's start-up.
+    void addRegistry(CAudioParamRegistryBase& registry);
+    void removeRegistry(CAudioParamRegistryBase& registry);
+    /// The registry of an object's full name, or null.
+    CAudioParamRegistryBase* findRegistry(const CString& registryName) const;
+    /// Once, from the instance's start-up: distributes the parameters to the registries and starts
+    /// those.
     void start();
 
     CAudioEnv* getEnv() const { return env; }
-    /// Every live parameter, in order of name. Under the collector's lock while `visit` runs.
+    /// Gives the environment directly; `init` takes it from the attribute `env`.
+    void setEnv(CAudioEnv& environment) { env = &environment; }
+    /// Every live parameter, in order of name. No lock is held while `visit` runs; parameters are
+    /// never removed.
     template <class Visit>
     void forEachParam(Visit visit) {
-        platform::CLockGuard hold(paramsLock);
-        for (auto& [paramName, param] : params) visit(*param);
+        for (CAudioParam* param : listParams()) visit(*param);
     }
 
 private:
     friend class CAudioParam;
-    void notifyAudioListeners(CAudioParam& param, const CAudioParamChange& change) LUM_REALTIME;
-    bool mergeIntoQueue(CQueuedChange& record);
-    void appendToQueue(CQueuedChange* record);
-    void runDeferredCalls();
-
+    using CRegistryList = CVector<CAudioParamRegistryBase*, 4>;
     struct CDeferredCall {
         CDeferredCallTarget* target;
         int32_t argument;
         double value;
     };
 
+    CVector<CAudioParam*, 4> listParams() const;
+    CString followRemaps(const CString& name) const;
+    void offerToRegistries(CAudioParam& param, const CRegistryList& offered);
+    void applyOnAudioSide(CAudioParam& param, const CAudioParamChange& change) LUM_REALTIME;
+    void notifyAudioListeners(CAudioParam& param, const CAudioParamChange& change) LUM_REALTIME;
+    bool mergeIntoQueue(CQueuedChange& record);
+    void appendToQueue(CQueuedChange* head, CQueuedChange* tail);
+    void runDeferredCalls();
+    void growListenerPool();
+
     CAudioEnv* env = nullptr;
     CQueuedChange* pendingHead = nullptr; // under the env lock
     CQueuedChange* pendingTail = nullptr;
-    mutable platform::CLock paramsLock;
-    CMap<CString, std::unique_ptr<CAudioParam>> params;
-    CMap<CString, CString> remaps; // under paramsLock
-    bool isStarted = false;
+    mutable platform::CSpinLock paramsLock;
+    CMap<CString, std::unique_ptr<CAudioParam>> params; // under paramsLock
+    CMap<CString, CString> remaps;                      // under paramsLock
+    CRegistryList registries;                           // longest hierarchy first; under paramsLock
+    bool isStarted = false;                             // under paramsLock
     platform::CSpinLock listenerLock;
-    CAudioListenerNode* freeListeners = nullptr;
+    CAudioListenerNode* freeListeners = nullptr; // under listenerLock
     CVector<void*, 4> listenerBlocks;
     platform::CSpinLock deferredLock;
-    CVector<CDeferredCall, 4> deferredCalls;
+    CVector<CDeferredCall, 4> deferredCalls; // under deferredLock
     int guardCount = 0;
     int batchCount = 0;
     CVector<std::unique_ptr<CSharedParam>, 4> sharedParams;

@@ -24,7 +24,8 @@ public:
     /// Text without the label. `data` holds the items of string parameters, null else.
     virtual CString formatValue(const CAudioParamInfo& info, int subValue, double value,
                                 const CAudioParamData* data, FormatMode mode) const = 0;
-    virtual double positionToValue(const CAudioParamInfo& info, int subValue, double position) const;
+    virtual double positionToValue(const CAudioParamInfo& info, int subValue,
+                                   double position) const;
     virtual double valueToPosition(const CAudioParamInfo& info, int subValue, double value) const;
     /// Position to display units (what a ruler shows) and back.
     virtual double positionToDisplay(const CAudioParamInfo& info, int subValue,

@@ -7,20 +7,32 @@ namespace lum {
 class CAudioParamInfo;
 struct CAudioParamChange;
 
+/// Limits of a storage. They are far above what products use (8 groups, 64 elements) and keep every
+/// array of values inside one block of the pool, so that a change from outside, whatever it
+/// says, makes the audio thread neither allocate from the system nor run long. Changes beyond the
+/// limits are dropped, streams beyond them fail.
+constexpr int kMaxParamGroups = 32;       // a mask of groups has 32 bits
+constexpr int kMaxParamGroupValues = 510; // doubles a group: elements times sub-values
+
 /// What the values of a parameter look like.
 struct CAudioParamFormat {
     int32_t elementSize = 1; // sub-values per element
     ParamDataType dataType = ParamDataType::Float;
     bool isSingleGroup = false;
     bool isSingleElement = false;
+    bool isFloat() const { return dataType == ParamDataType::Float; }
     friend bool operator==(const CAudioParamFormat&, const CAudioParamFormat&) = default;
 };
 
+using CParamValues = CVector<double, 8>; // [elementCount * elementSize], numbers or ids
+
 /// A complete set of values, by group and element, sparse and growing on demand. What was never
-/// written reads as the default. No lock: its owner's thread only.
+/// written reads as the default. No lock: its owner's thread only. `apply` and `read` are for the
+/// audio thread too.
 class CAudioParamStorage : public CLumMemAllocator {
 public:
     const CAudioParamFormat& getFormat() const { return format; }
+    /// Clears the storage and gives it a format without values or defaults.
     void setFormat(const CAudioParamFormat& newFormat);
     bool isInitialised() const { return initialised; }
     int getGroupCount() const { return groups.ssize(); }
@@ -30,34 +42,50 @@ public:
 
     /// The read rule: `fallback` without a format, the stored value, else defaults[element], else
     /// defaults[0].
-    double read(int group, int element, double fallback = 0.0, int subValue = 0) const noexcept;
+    double read(int group, int element, double fallback = 0.0,
+                int subValue = 0) const noexcept LUM_REALTIME;
     CString readString(int group, int element) const;
     CByteBuffer readRaw(int group, int element) const;
 
-    /// Applies a change; one of another format is dropped.
-    void apply(const CAudioParamChange& change);
-    void clear();
+    /// Applies a change; one of another format or beyond the limits is dropped.
+    void apply(const CAudioParamChange& change) LUM_REALTIME;
+    /// True when `apply` would take the change.
+    bool accepts(const CAudioParamChange& change) const LUM_REALTIME;
+    /// Back to no format at all.
+    void clear() LUM_REALTIME;
+    /// Limits every stored value to its range; a NaN becomes the lower limit.
     void clampTo(const CAudioParamInfo& info);
     /// Fills values and defaults from the text of `def-values`.
     CErrorResult parseDefValues(const CAudioParamInfo& info, const CString& text);
+    /// Makes the values of group 0 the defaults.
+    void adoptDefaults();
 
     /// Stream form; group -1 saves all groups.
     CErrorResult save(COutputStream& stream, int group = -1) const;
+    /// Replaces the values and keeps format and defaults; a failure keeps what was read so far.
+    /// Error: the stream's; another version, element size or data type; counts beyond the limits or
+    /// beyond the bytes that are left.
     CErrorResult load(CInputStream& stream);
-
-    CAudioParamStorage() = default;
-    CAudioParamStorage(const CAudioParamStorage&) = default;
-    CAudioParamStorage& operator=(const CAudioParamStorage&) = default;
 
 private:
     friend struct CAudioParamChange;
-    using CValues = CVector<double, 16>;
+
+    bool fits(const CAudioParamChange& change) const;
+    void startDefinition(const CAudioParamChange& change);
+    void extendWithDefaults(CParamValues& values, size_t valueCount);
+    void removeItems(const CParamValues& values, size_t first, size_t end);
+    double copyOfDefault(size_t index);
+    void dropGroups();
+    CErrorResult saveItemGroups(COutputStream& stream, int first, int count) const;
+    CErrorResult loadGroup(CInputStream& stream, const CAudioParamData* table);
+    CErrorResult addDefault(const CAudioParamInfo& info, const CString& token, int group,
+                            int element, int subValue);
 
     CAudioParamFormat format;
     CAudioParamData data;
-    CVector<CValues, 1> groups; // [groupCount][elementCount * elementSize]
+    CVector<CParamValues, 1> groups; // [groupCount]
     bool initialised = false;
-    CValues defaults; // group 0 of the definition
+    CParamValues defaults; // group 0 of the definition; ids are in `data`
 };
 
 /// One change of a parameter: the unit on the audio queue, in undo and on the parameter interface.
@@ -65,7 +93,7 @@ struct CAudioParamChange : public CLumMemAllocator {
     int32_t group = 0; // or kDefinitionGroup
     int32_t firstElement = 0;
     int32_t elementCount = 0;
-    bool isTruncating = false; // the group then ends at firstElement + elementCount
+    bool isTruncating = false;        // the group then ends at firstElement + elementCount
     const void* originator = nullptr; // who made it; not serialised
     CAudioParamFormat format;
     CVector<double, 16> values;            // [elementCount * elementSize], or ids into `data`
@@ -82,9 +110,21 @@ struct CAudioParamChange : public CLumMemAllocator {
     /// What a storage holds of a group, as a truncating change from element 0.
     static CAudioParamChange ofGroup(const CAudioParamStorage& storage, int group,
                                      const void* originator);
+    /// Elements first to first + count of a group by the read rule; not truncating.
+    static CAudioParamChange ofElements(const CAudioParamStorage& storage, int group, int first,
+                                        int count, const void* originator);
+    /// The defaults of a storage, as the truncating change that makes another storage like it.
+    static CAudioParamChange ofDefaults(const CAudioParamStorage& storage, const void* originator);
+    /// Adds a value that stands in another change or storage; items get a new id.
+    void append(double value, const CAudioParamData* table);
+    int32_t end() const { return firstElement + elementCount; }
 
     CErrorResult save(COutputStream& stream) const;
+    /// Error: the stream's; counts beyond the limits or beyond the bytes that are left.
     CErrorResult load(CInputStream& stream);
+
+private:
+    CErrorResult checkCounts(CInputStream& stream) const;
 };
 
 } // namespace lum

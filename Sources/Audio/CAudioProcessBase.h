@@ -2,22 +2,26 @@
 
 #include "Audio/CAudioEnv.h"
 #include "Audio/CAudioParamCollector.h"
+#include "Audio/CControlWriteQueue.h"
 #include "Audio/CSampleBlock.h"
 
 namespace lum {
 
+class CAudioParamAllocDef;
 class CAudioParamFilter;
 class CAudioProcessBase;
 class CAudioProcessDefBase;
 class CDSPModDelay;
 
 constexpr int kMaxPortChannels = 16;
+constexpr int kMaxGroups = 8;
 
 /// What all processes of an instance share.
 struct CAudioProcessContext {
     CAudioEnv& env;
     CAudioParamCollector& collector;
     CSampleBlockPool& pool;
+    CControlWriteQueue controlWrites{}; // drained by the instance on a control thread
 };
 
 /// One channel of a port as its source describes it.
@@ -30,31 +34,64 @@ struct CSlotFormat {
 };
 
 /// What a source publishes to the ports that it feeds.
-struct CPortFormat {
+struct CPortFormat : public CLumMemAllocator {
     double sampleRate = 0.0; // Hz
     CVector<CSlotFormat, kMaxPortChannels> slots;
     bool operator==(const CPortFormat& other) const;
 };
 
-/// A channel of an input port, merged over all sources that feed it.
+/// A channel of an input port, merged over all sources that feed it and aligned to the process's
+/// latency, which therefore is `format.latency` of every slot.
 struct CChannelSlot {
     CSlotFormat format;
-    CSampleBlockRef block; // of the current block; null when no source delivered
+    CSampleBlockRef block; // of the current block; null outside a block and at 0 frames
+};
+
+/// The table of slots of a port, ascending channel. Its address is stable, so modules keep pointers
+/// to its slots until the next change of format.
+struct CSlotTable {
+    CChannelSlot slots[kMaxPortChannels];
+    int count = 0;
+    CChannelSlot* begin() { return slots; }
+    CChannelSlot* end() { return slots + count; }
+    CChannelSlot& operator[](int index) { return slots[index]; }
+    bool empty() const { return count == 0; }
+    int size() const { return count; }
+    int ssize() const { return count; }
+};
+
+/// A compensation delay with the channel that it serves.
+struct CSlotDelay {
+    int channel;
+    int stack;
+    std::unique_ptr<CDSPModDelay> delay; // null: none needed so far
 };
 
 /// One source of an input port: what it published and what it delivered for the current block.
-struct CPortSource {
+struct CPortSource : public CLumMemAllocator {
+    CPortSource();
+    ~CPortSource();
     CAudioProcessBase* process = nullptr; // null: fed from outside the graph
     int sourcePort = 0;
     CPortFormat format;
     CVector<CSampleBlockRef, kMaxPortChannels> blocks; // [slots of format]
-    CVector<std::unique_ptr<CDSPModDelay>, 0> delays;  // [slots of format], null: no delay
+    CVector<CSlotDelay, 2> delays;                     // [slots of format]
+    bool hasRun = false; // samples came through since the link or the stream began
 };
 
-struct CInputPort {
+/// One slot of one source that goes into a merged channel.
+struct CMergeEntry {
+    int slot;   // index in the slot table
+    int source; // index in the port's sources
+    int sourceSlot;
+};
+
+/// An input port. A port stays once it was linked; without sources it has no slots.
+struct CInputPort : public CLumMemAllocator {
     int number = 0;
     CVector<std::unique_ptr<CPortSource>, 2> sources;
-    CVector<CChannelSlot, kMaxPortChannels> slots; // ascending channel
+    CSlotTable slots;
+    CVector<CMergeEntry, kMaxPortChannels> merges; // by slot, then by source
     uint32_t changeCounter = 0;
     uint32_t seenCounter = 0;
     int blockLength = 0; // samples
@@ -65,72 +102,145 @@ struct COutputTarget {
     CAudioProcessBase* process;
     int sourcePort;
     int targetPort;
-    CPortSource* source; // the entry in the target's port
+    CInputPort* port;    // the target's port
+    CPortSource* source; // the entry in it
+};
+
+/// A subscription of a process to a parameter, or to one group and element of it.
+struct CParamSubscription : public CLumMemAllocator {
+    CAudioParam* param = nullptr;
+    const CAudioParamStorage* storage = nullptr; // audio-side values
+    CAudioListenerNode* node = nullptr;
+    uint32_t groupMask = 0;
+    int allocIndex = -1; // -1: not by allocation
+    int group = -1;      // -1: all
+    int element = -1;    // -1: all
+    uint8_t isDirty = 0; // set by the collector
+    int8_t newMark = 0;  // -1 while update runs and the value is new, else 0
+
+    bool isNew() const { return newMark != 0; }
+    /// Group 0 of a single-group parameter, whatever the group asked for.
+    double read(int readGroup, int readElement, double fallback) const LUM_REALTIME;
 };
 
 /// A live process of the audio graph. Everything runs on the thread that the host calls for audio,
 /// or at set-up. Order of use: init, then per block process, which runs the block head (timed
 /// events, update, compensation, merging); reset when the stream restarts; disconnect at the end.
+///
+/// How blocks travel: a source publishes a format (sample rate and slots) per output port whenever
+/// it changes, and delivers one block reference per slot and block. The target keeps both by
+/// source, and its block head merges the sources into the slot table of the port: ascending
+/// channel, all slots aligned to the largest latency.
+///
+/// How a graph is driven from outside (the instance):
+///   definition.instantiate(process, "plugin.modMain", context, nullptr);
+///   CAudioProcessBase::connect(*process, 0, *output, 0);
+///   per layout:  process->setExternalInput(0, format);
+///   per block:   process->feedExternal(0, slot, block, frames) for each slot of the format,
+///                process->process(); output->process();
+///                then read output->inputSlots(0) (channel, block) and output->releaseInputs().
 class CAudioProcessBase : public CCheckedObject, public CLumMemAllocator {
 public:
-    CAudioProcessBase() = default;
+    CAudioProcessBase();
     ~CAudioProcessBase() override;
+    CAudioProcessBase(const CAudioProcessBase&) = delete;
+    CAudioProcessBase& operator=(const CAudioProcessBase&) = delete;
 
     virtual CErrorResult init() { return nullptr; }
     /// Drops what the delays hold and applies pending delay changes.
     virtual void reset();
-    /// Applies parameter and graph changes.
-    virtual void update() {}
+    /// Applies parameter and graph changes; formatChanged and the marks of the subscriptions tell
+    /// which. Called by the block head.
+    virtual void update() LUM_REALTIME {}
     /// Runs one block.
-    virtual void process() {}
+    virtual void process() LUM_REALTIME {}
     /// Tears down all outgoing links.
     virtual void disconnect();
     /// Binds the parameters of the allocations by index.
     virtual void registerParams() {}
+    /// Puts the process to rest when no link reaches it any more: drops outgoing links, sources,
+    /// blocks and pending events. The next link wakes it, and its next update starts afresh. A
+    /// composite or stack keeps sleeping processes for reuse, so that a chain that changes back
+    /// and forth takes no lock and no memory from the system.
+    virtual void sleep();
 
     /// Set by the factory before init.
     void attach(const CAudioProcessDefBase& processDefinition, CString processName,
                 CAudioProcessContext& processContext, CAudioProcessBase* parentProcess);
+    /// Enters the definition's remaps, parameters and filters in the collector.
+    CErrorResult createParams();
 
     const CString& getFullName() const { return fullName; }
     const CAudioProcessDefBase& getDefinition() const { return *definition; }
+    CAudioProcessContext& getContext() const { return *context; }
+    CSampleBlockPool& getPool() const { return context->pool; }
     int getGroupIndex() const { return groupIndex; }
+    int getStackIndex() const { return stackIndex; }
     void setGroupIndex(int group, int stack) {
         groupIndex = group;
         stackIndex = stack;
     }
+    /// Samples; the largest of the input channels since the graph's input.
     int getLatency() const { return latency; }
+    int getMinLatency() const { return minLatency; }
     double getSampleRate() const { return sampleRate; }
+    int getBlockLength() const { return blockLength; }
 
     // Links.
+    /// Feeds an output port to an input port. A second link of the same four does nothing.
     static void connect(CAudioProcessBase& from, int sourcePort, CAudioProcessBase& to,
                         int targetPort);
     static void unlink(CAudioProcessBase& from, int sourcePort, CAudioProcessBase& to,
                        int targetPort);
 
     // The graph's outer ends, used by the instance.
-    /// Describes what is fed to a port from outside.
+    /// Describes what is fed to a port from outside. Unchanged content does nothing.
     void setExternalInput(int port, const CPortFormat& format);
     /// Gives one slot's samples for the next block; `frames` must be the same for all slots.
     void feedExternal(int port, int slot, CSampleBlockRef block, int frames) LUM_REALTIME;
-    /// The merged slots of an input port after process has run the block head.
-    CVector<CChannelSlot, kMaxPortChannels>& inputSlots(int port) LUM_REALTIME;
+    /// The merged slots of an input port after process has run the block head; a port that was
+    /// never linked gives an empty table.
+    CSlotTable& inputSlots(int port) LUM_REALTIME;
     int inputBlockLength(int port) LUM_REALTIME;
+    /// Lets go of the current block of every input slot.
+    void releaseInputs() LUM_REALTIME;
+    /// What was published last on an output port; empty before.
+    const CPortFormat& getPublishedFormat(int sourcePort);
+    /// The number of ports and where the output goes, for tests and diagnosis.
+    const CVector<COutputTarget, 2>& getTargets() const { return targets; }
+
+    /// Appends "fullName // text" to the diagnostic log.
+    void logFault(const char* text) const;
 
 protected:
     /// The steps at the start of every process. See the class comment.
     void runBlockHead() LUM_REALTIME;
     /// Publishes the output format to all targets; unchanged content does nothing.
     void publish(int sourcePort, const CPortFormat& format) LUM_REALTIME;
-    /// Hands one output channel to all targets of a port, one reference each.
+    /// Hands one output channel to all targets of a port, one reference each, with the block
+    /// length. A null block stands for no samples (0 frames).
     void deliver(int sourcePort, int slot, const CSampleBlockRef& block) LUM_REALTIME;
-    void releaseInputs() LUM_REALTIME;
+    bool hasTargets(int sourcePort) const LUM_REALTIME;
+    /// Tells the targets of all ports the length of a block without channels.
+    void deliverLength() LUM_REALTIME;
     /// Sets `flag` to 1 when `seconds` of audio have passed.
     void addTimedEvent(double seconds, uint8_t* flag) LUM_REALTIME;
+    void cancelTimedEvents(const uint8_t* flag) LUM_REALTIME;
     CInputPort* findPort(int number) LUM_REALTIME;
     CInputPort& makePort(int number);
-    /// Follows the remaps that this process inherits; the result is a full name.
+    /// Resolves a name of the definition against this process's full name.
     CString resolveName(const CString& name) const;
+    CString traceName() const { return fullName; }
+
+    /// The subscription to a parameter, group and element; made on first use. Takes no blocking
+    /// lock. It lives as long as the process.
+    CParamSubscription& subscribe(CAudioParam& param, int allocIndex, int group,
+                                  int element) LUM_REALTIME;
+    /// Looks up the parameter of each allocation of the definition. Set-up.
+    void findAllocParams();
+    /// Subscribes to the parameter of an allocation for this process's group: all its groups and
+    /// elements as the allocation's flags say. Null, and a line in the log, without one.
+    CParamSubscription* subscribeAlloc(int allocIndex, int group) LUM_REALTIME;
 
     const CAudioProcessDefBase* definition = nullptr;
     CString fullName;
@@ -142,8 +252,9 @@ protected:
     int latency = 0;         // samples, largest of the input channels
     int minLatency = 0;      // samples, smallest of the compensated inputs
     int blockLength = 0;     // samples of the current block
-    CVector<CInputPort, 2> inputPorts;
+    CVector<std::unique_ptr<CInputPort>, 2> inputPorts; // ascending number
     CVector<COutputTarget, 2> targets;
+    CVector<std::unique_ptr<CParamSubscription>, 4> subscriptions;
     uint8_t needsUpdate = 0;
     uint8_t formatChanged = 0;
 
@@ -152,8 +263,38 @@ private:
         double secondsLeft;
         uint8_t* flag;
     };
+    struct CAllocParam {
+        const CAudioParamAllocDef* alloc;
+        CAudioParam* param;
+    };
+
+    // The stages of the block head, in order.
+    void takeBlockLength() LUM_REALTIME;
+    void takeInputChanges() LUM_REALTIME;
+    bool takeStreamFormat() LUM_REALTIME;
+    bool rebuildPort(CInputPort& port) LUM_REALTIME;
+    void rebuildDelays(CPortSource& source, bool isRateNew) LUM_REALTIME;
+    void settleDelay(CSlotDelay& slotDelay, bool isHeard, int delay) LUM_REALTIME;
+    bool runTimedEvents() LUM_REALTIME;
+    bool takeNewValues() LUM_REALTIME;
+    void runUpdate() LUM_REALTIME;
+    void mergePort(CInputPort& port) LUM_REALTIME;
+    CSampleBlockRef takeSourceBlock(CPortSource& source, int slot) LUM_REALTIME;
+    CSampleBlockRef combine(const CSampleBlockRef* blocks, int count) LUM_REALTIME;
+
+    CPortSource& addSource(CInputPort& port, CAudioProcessBase* source, int sourcePort);
+    void dropSource(const COutputTarget& target);
+    void dropIncoming();
+    CPortFormat& publishedFormat(int sourcePort);
+    void createRemaps();
+    void bindParams();
+    CErrorResult createFilters();
+
     CVector<CTimedEvent, 4> timedEvents;
-    CVector<CPortFormat, 1> publishedFormats; // by source port
+    CVector<std::unique_ptr<CPortFormat>, 1> publishedFormats; // by source port
+    CVector<CAllocParam, 4> allocParams;
+    CVector<std::unique_ptr<CAudioParamFilter>, 1> filters;
+    bool portsChanged = false;
 };
 
 } // namespace lum

@@ -44,7 +44,8 @@ public:
     CSampleBlockRef(const CSampleBlockRef& other) noexcept : block(other.block) {
         if (block) block->addReference();
     }
-    CSampleBlockRef(CSampleBlockRef&& other) noexcept : block(std::exchange(other.block, nullptr)) {}
+    CSampleBlockRef(CSampleBlockRef&& other) noexcept
+        : block(std::exchange(other.block, nullptr)) {}
     CSampleBlockRef& operator=(CSampleBlockRef other) noexcept {
         std::swap(block, other.block);
         return *this;
@@ -75,12 +76,22 @@ public:
     CSampleBlockRef take(int sampleCount) LUM_REALTIME;
     /// A block of zeros.
     CSampleBlockRef takeZeroed(int sampleCount) LUM_REALTIME;
+    /// Makes sure that at least `count` free blocks of this size wait in their list. May allocate:
+    /// for set-up. A free block also serves requests up to seven classes smaller whose own list is
+    /// empty, so that warming 512 samples covers every length of a block up to that.
+    void warm(int sampleCount, int count);
+    /// Blocks that are in use.
+    int getBlocksOut() const noexcept { return blocksOut; }
 
 private:
     friend class CSampleBlock;
     static constexpr int kListCount = 128;
-    static constexpr size_t kStep = 512;       // bytes
-    static constexpr size_t kLargest = 65536;  // bytes of the largest listed block
+    static constexpr size_t kStep = 512;      // bytes
+    static constexpr size_t kLargest = 65536; // bytes of the largest listed block
+    static int classOf(size_t bytes) noexcept;
+    CSampleBlock* allocate(size_t bytes);
+    CSampleBlock* findFree(int sizeClass, size_t bytes) noexcept;
+    static void destroy(CSampleBlock* block) noexcept;
     void giveBack(CSampleBlock* block) noexcept;
 
     CSampleBlock* freeLists[kListCount + 1] = {}; // the last one holds all larger blocks

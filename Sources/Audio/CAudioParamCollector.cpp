@@ -1,0 +1,392 @@
+#include "Audio/CAudioParamCollector.h"
+
+#include "Audio/CAudioEnv.h"
+#include "Audio/CAudioParamRegistryBase.h"
+#include "Audio/CSharedParam.h"
+
+#include <algorithm>
+
+namespace lum {
+
+namespace {
+
+/// Nodes that one block of the pool holds, so that growth on the audio thread needs no other
+/// memory.
+constexpr size_t kListenerBlock = pool::kLargestBlock / sizeof(CAudioListenerNode);
+constexpr uint32_t kAllGroups = 0xFFFFFFFF;
+
+static_assert(sizeof(CQueuedChange) <= pool::kLargestBlock);
+
+uint32_t maskOfGroup(int group) {
+    return group >= 0 && group < kMaxParamGroups ? uint32_t{1} << group : 0;
+}
+
+uint32_t maskOfGroupsBelow(int count) {
+    return count >= kMaxParamGroups ? kAllGroups : (uint32_t{1} << count) - 1;
+}
+
+void deleteList(CQueuedChange* head) {
+    while (head) {
+        CQueuedChange* next = head->next;
+        delete head;
+        head = next;
+    }
+}
+
+bool canMerge(const CAudioParamChange& older, const CAudioParamChange& newer) {
+    return older.format == newer.format && newer.firstElement <= older.end() &&
+           older.firstElement <= newer.end();
+}
+
+/// One change that does what `older` and then `newer` do. Their ranges overlap or touch.
+CAudioParamChange merge(const CAudioParamChange& older, const CAudioParamChange& newer) {
+    CAudioParamChange merged;
+    merged.group = newer.group;
+    merged.originator = newer.originator;
+    merged.format = newer.format;
+    merged.isTruncating = older.isTruncating || newer.isTruncating;
+    merged.firstElement = std::min(older.firstElement, newer.firstElement);
+    int end = newer.isTruncating ? newer.end() : std::max(older.end(), newer.end());
+    merged.elementCount = end - merged.firstElement;
+    if (!merged.format.isFloat()) merged.data = std::make_unique<CAudioParamData>();
+    const int size = merged.format.elementSize;
+    merged.values.reserve(static_cast<size_t>(merged.elementCount * size));
+    for (int element = merged.firstElement; element < end; element++) {
+        bool isNew = element >= newer.firstElement && element < newer.end();
+        const CAudioParamChange& source = isNew ? newer : older;
+        for (int sub = 0; sub < size; sub++)
+            merged.append(source.values[(element - source.firstElement) * size + sub],
+                          source.data.get());
+    }
+    return merged;
+}
+
+/// Whether a change of a parameter concerns a listener.
+bool concerns(const CAudioListenerNode& node, const CAudioParamChange& change) {
+    if (change.group == kDefinitionGroup) return true;
+    bool servesAllGroups = change.format.isSingleGroup && change.group == 0;
+    if (node.group != -1 && node.group != change.group && !servesAllGroups) return false;
+    bool servesAllElements = change.format.isSingleElement && change.firstElement == 0;
+    if (node.element == -1 || servesAllElements) return true;
+    if (node.element < change.firstElement) return false;
+    return change.isTruncating || node.element < change.end();
+}
+
+} // namespace
+
+CString resolveParamName(const CString& base, const CString& name) {
+    if (name.startsWith("/")) return name.substring(1);
+    CString result = base;
+    size_t carets = 0;
+    for (; carets < name.length() && name.at(carets) == u'^'; carets++) {
+        int dot = result.findLast(u'.');
+        result = dot < 0 ? CString() : result.substring(0, dot);
+    }
+    CString rest = name.substring(carets);
+    if (rest.empty()) return result;
+    return rest.startsWith(".") ? result + rest : result + "." + rest;
+}
+
+// Set-up
+
+CAudioParamCollector::CAudioParamCollector() = default;
+
+CAudioParamCollector::~CAudioParamCollector() {
+    sharedParams.clear();
+    deleteList(pendingHead);
+    params.clear();
+    for (void* block : listenerBlocks) pool::free(block);
+    CAudioParamDataItem::freeRetired();
+}
+
+void CAudioParamCollector::fillClass(CClassInfo& info) {
+    CObject::fillClass(info);
+}
+
+CErrorResult CAudioParamCollector::init() {
+    LUM_TRY(CObject::init());
+    return findObjectByAttr(env, "env");
+}
+
+void CAudioParamCollector::addSharedParam(std::unique_ptr<CSharedParam> param) {
+    sharedParams.push_back(std::move(param));
+}
+
+void CAudioParamCollector::addRegistry(CAudioParamRegistryBase& registry) {
+    platform::CSpinGuard hold(paramsLock);
+    size_t at = 0;
+    while (at < registries.size() &&
+           registries[at]->getHierarchy().length() >= registry.getHierarchy().length())
+        at++;
+    registries.insert(at, &registry);
+}
+
+void CAudioParamCollector::removeRegistry(CAudioParamRegistryBase& registry) {
+    platform::CSpinGuard hold(paramsLock);
+    for (size_t i = registries.size(); i-- > 0;)
+        if (registries[i] == &registry) registries.erase(i);
+}
+
+CAudioParamRegistryBase* CAudioParamCollector::findRegistry(const CString& registryName) const {
+    CRegistryList list;
+    {
+        platform::CSpinGuard hold(paramsLock);
+        list = registries;
+    }
+    for (CAudioParamRegistryBase* registry : list)
+        if (registry->getRegistryName() == registryName) return registry;
+    return nullptr;
+}
+
+void CAudioParamCollector::start() {
+    CRegistryList list;
+    {
+        platform::CSpinGuard hold(paramsLock);
+        if (isStarted) return;
+        isStarted = true;
+        list = registries;
+    }
+    for (CAudioParam* param : listParams()) offerToRegistries(*param, list);
+    for (CAudioParamRegistryBase* registry : list) registry->onCollectorStarted();
+}
+
+/// The first enumerated registry that takes the parameter keeps it alone; else all others see it.
+void CAudioParamCollector::offerToRegistries(CAudioParam& param, const CRegistryList& offered) {
+    for (CAudioParamRegistryBase* registry : offered)
+        if (registry->isEnumerated() && registry->offerParam(param)) return;
+    for (CAudioParamRegistryBase* registry : offered)
+        if (!registry->isEnumerated()) registry->offerParam(param);
+}
+
+// Parameters by name
+
+CAudioParam& CAudioParamCollector::getParam(const CString& name) {
+    return getParamDirect(followRemaps(name));
+}
+
+CAudioParam& CAudioParamCollector::getParamDirect(const CString& name) {
+    {
+        platform::CSpinGuard hold(paramsLock);
+        auto found = params.find(name);
+        if (found != params.end()) return *found->second;
+    }
+    auto fresh = std::make_unique<CAudioParam>(*this, name);
+    CAudioParam* param = nullptr;
+    CRegistryList list;
+    {
+        platform::CSpinGuard hold(paramsLock);
+        auto [entry, isNew] = params.try_emplace(name, std::move(fresh));
+        param = entry->second.get();
+        if (isNew && isStarted) list = registries;
+    }
+    offerToRegistries(*param, list);
+    return *param;
+}
+
+/// A ring of remaps ends where it has been round once.
+CString CAudioParamCollector::followRemaps(const CString& name) const {
+    platform::CSpinGuard hold(paramsLock);
+    CString result = name;
+    for (size_t steps = 0; steps < remaps.size(); steps++) {
+        auto found = remaps.find(result);
+        if (found == remaps.end()) break;
+        result = found->second;
+    }
+    return result;
+}
+
+bool CAudioParamCollector::isRedirected(const CString& name) const {
+    platform::CSpinGuard hold(paramsLock);
+    auto found = remaps.find(name);
+    return found != remaps.end() && found->second != name;
+}
+
+void CAudioParamCollector::addRemap(const CString& original, const CString& replacement) {
+    platform::CSpinGuard hold(paramsLock);
+    remaps[original] = replacement;
+}
+
+CVector<CAudioParam*, 4> CAudioParamCollector::listParams() const {
+    CVector<CAudioParam*, 4> list;
+    platform::CSpinGuard hold(paramsLock);
+    list.reserve(params.size());
+    for (const auto& [paramName, param] : params) list.push_back(param.get());
+    return list;
+}
+
+// The road to the audio thread: control side
+
+void CAudioParamCollector::queueChange(CAudioParam& param, const CAudioParamChange& change,
+                                       bool isImmediate) {
+    if (isImmediate) {
+        applyOnAudioSide(param, change);
+        return;
+    }
+    CAudioParamDataItem::freeRetired();
+    auto record = std::make_unique<CQueuedChange>();
+    record->param = &param;
+    record->change = change.clone();
+    platform::CSpinGuard hold(env->lock);
+    if (!env->isActive && mergeIntoQueue(*record)) return;
+    CQueuedChange* queued = record.release();
+    appendToQueue(queued, queued);
+}
+
+void CAudioParamCollector::handOverBatch(CQueuedChange* head, CQueuedChange* tail) {
+    CAudioParamDataItem::freeRetired();
+    CQueuedChange* merged = nullptr; // freed when the lock is open again
+    {
+        platform::CSpinGuard hold(env->lock);
+        if (!pendingHead || env->isActive) {
+            appendToQueue(head, tail);
+            return;
+        }
+        while (head) {
+            CQueuedChange* record = std::exchange(head, head->next);
+            bool isMerged = mergeIntoQueue(*record);
+            record->next = isMerged ? std::exchange(merged, record) : nullptr;
+            if (!isMerged) appendToQueue(record, record);
+        }
+    }
+    deleteList(merged);
+}
+
+/// Under the env lock. Only the last queued record of the same parameter and group is a candidate,
+/// and none in front of a record that replaced the definition.
+bool CAudioParamCollector::mergeIntoQueue(CQueuedChange& record) {
+    if (record.change.group == kDefinitionGroup) return false;
+    CQueuedChange* candidate = nullptr;
+    for (CQueuedChange* queued = pendingHead; queued; queued = queued->next) {
+        if (queued->param != record.param) continue;
+        if (queued->change.group == kDefinitionGroup) candidate = nullptr;
+        if (queued->change.group == record.change.group) candidate = queued;
+    }
+    if (!candidate || !canMerge(candidate->change, record.change)) return false;
+    candidate->change = merge(candidate->change, record.change);
+    return true;
+}
+
+void CAudioParamCollector::appendToQueue(CQueuedChange* head, CQueuedChange* tail) {
+    (pendingTail ? pendingTail->next : pendingHead) = head;
+    pendingTail = tail;
+}
+
+int CAudioParamCollector::countPendingChanges() {
+    platform::CSpinGuard hold(env->lock);
+    int count = 0;
+    for (CQueuedChange* queued = pendingHead; queued; queued = queued->next) count++;
+    return count;
+}
+
+// The road to the audio thread: audio side
+
+void CAudioParamCollector::takePendingChanges() {
+    CQueuedChange* taken;
+    {
+        platform::CSpinGuard hold(env->lock);
+        taken = std::exchange(pendingHead, nullptr);
+        pendingTail = nullptr;
+    }
+    while (taken) {
+        applyOnAudioSide(*taken->param, taken->change);
+        delete std::exchange(taken, taken->next);
+    }
+}
+
+void CAudioParamCollector::applyOnAudioSide(CAudioParam& param, const CAudioParamChange& change) {
+    param.audioValues.apply(change);
+    notifyAudioListeners(param, change);
+}
+
+/// The mask is replaced, not or-ed: what a listener reads at the block's head is the last change.
+void CAudioParamCollector::notifyAudioListeners(CAudioParam& param,
+                                                const CAudioParamChange& change) {
+    uint32_t mask = change.group == kDefinitionGroup ? kAllGroups : maskOfGroup(change.group);
+    for (CAudioListenerNode* node = param.audioListeners; node; node = node->next) {
+        if (!concerns(*node, change)) continue;
+        *node->dirty = 1;
+        *node->groupMask = mask;
+    }
+}
+
+CAudioListenerNode* CAudioParamCollector::addAudioListener(CAudioParam& param,
+                                                           const CAudioParamStorage*& storage,
+                                                           uint8_t* dirty, uint32_t* groupMask,
+                                                           int group, int element) {
+    CAudioListenerNode* node;
+    {
+        platform::CSpinGuard hold(listenerLock);
+        if (!freeListeners) growListenerPool();
+        node = std::exchange(freeListeners, freeListeners->next);
+    }
+    *node = {&param, dirty, groupMask, group, element, nullptr, param.audioListeners};
+    if (node->next) node->next->previous = node;
+    param.audioListeners = node;
+
+    storage = &param.audioValues;
+    int count = param.audioValues.isInitialised() ? param.audioValues.getGroupCount() : 0;
+    if (group == -1)
+        *groupMask = maskOfGroupsBelow(count);
+    else
+        *groupMask = group < count ? maskOfGroup(group) : 0;
+    return node;
+}
+
+void CAudioParamCollector::removeAudioListener(CAudioListenerNode* node) {
+    (node->previous ? node->previous->next : node->param->audioListeners) = node->next;
+    if (node->next) node->next->previous = node->previous;
+    platform::CSpinGuard hold(listenerLock);
+    node->next = std::exchange(freeListeners, node);
+}
+
+/// Under the listener lock.
+void CAudioParamCollector::growListenerPool() {
+    auto* nodes =
+        static_cast<CAudioListenerNode*>(pool::alloc(kListenerBlock * sizeof(CAudioListenerNode)));
+    listenerBlocks.push_back(nodes);
+    for (size_t i = 0; i < kListenerBlock; i++) {
+        CAudioListenerNode* node = new (nodes + i) CAudioListenerNode{};
+        node->next = std::exchange(freeListeners, node);
+    }
+}
+
+// Deferred calls
+
+void CAudioParamCollector::acquireGuard(bool isBatch) {
+    platform::CSpinGuard hold(deferredLock);
+    (isBatch ? batchCount : guardCount)++;
+}
+
+void CAudioParamCollector::releaseGuard(bool isBatch) {
+    {
+        platform::CSpinGuard hold(deferredLock);
+        (isBatch ? batchCount : guardCount)--;
+    }
+    runDeferredCalls();
+}
+
+void CAudioParamCollector::deferCall(CDeferredCallTarget& target, int32_t argument, double value) {
+    {
+        platform::CSpinGuard hold(deferredLock);
+        deferredCalls.push_back({&target, argument, value});
+    }
+    runDeferredCalls();
+}
+
+void CAudioParamCollector::cancelDeferredCalls(CDeferredCallTarget& target) {
+    platform::CSpinGuard hold(deferredLock);
+    for (size_t i = deferredCalls.size(); i-- > 0;)
+        if (deferredCalls[i].target == &target) deferredCalls.erase(i);
+}
+
+void CAudioParamCollector::runDeferredCalls() {
+    CVector<CDeferredCall, 4> calls;
+    {
+        platform::CSpinGuard hold(deferredLock);
+        if (guardCount > 0 || batchCount > 0) return;
+        std::swap(calls, deferredCalls);
+    }
+    for (const CDeferredCall& call : calls) call.target->onDeferredCall(call.argument, call.value);
+}
+
+} // namespace lum

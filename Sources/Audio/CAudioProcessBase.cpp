@@ -1,0 +1,448 @@
+#include "Audio/CAudioProcessBase.h"
+
+#include "Audio/CAudioParamFilter.h"
+#include "Audio/CAudioProcessDef.h"
+#include "Audio/CDSPModDelay.h"
+#include "Audio/Processes/SampleOps.h"
+#include "Core/CLog.h"
+
+#include <algorithm>
+
+namespace lum {
+
+CPortSource::CPortSource() = default;
+CPortSource::~CPortSource() = default;
+
+bool CPortFormat::operator==(const CPortFormat& other) const {
+    return sampleRate == other.sampleRate &&
+           std::equal(slots.begin(), slots.end(), other.slots.begin(), other.slots.end());
+}
+
+double CParamSubscription::read(int readGroup, int readElement,
+                                double fallback) const LUM_REALTIME {
+    const CAudioParamFormat& format = storage->getFormat();
+    return storage->read(format.isSingleGroup ? 0 : readGroup,
+                         format.isSingleElement ? 0 : readElement, fallback);
+}
+
+CAudioProcessBase::CAudioProcessBase() = default;
+
+CAudioProcessBase::~CAudioProcessBase() {
+    CAudioProcessBase::disconnect();
+    dropIncoming();
+    for (auto& subscription : subscriptions)
+        context->collector.removeAudioListener(subscription->node);
+}
+
+void CAudioProcessBase::attach(const CAudioProcessDefBase& processDefinition, CString processName,
+                               CAudioProcessContext& processContext,
+                               CAudioProcessBase* parentProcess) {
+    definition = &processDefinition;
+    fullName = std::move(processName);
+    context = &processContext;
+    parent = parentProcess;
+}
+
+void CAudioProcessBase::reset() {
+    for (auto& port : inputPorts)
+        for (auto& source : port->sources) {
+            source->hasRun = false;
+            for (CSlotDelay& slotDelay : source->delays)
+                if (slotDelay.delay) slotDelay.delay->reset();
+        }
+}
+
+void CAudioProcessBase::disconnect() {
+    for (const COutputTarget& target : targets) target.process->dropSource(target);
+    targets.clear();
+}
+
+void CAudioProcessBase::sleep() {
+    CAudioProcessBase::disconnect();
+    dropIncoming();
+    for (auto& port : inputPorts) {
+        for (CChannelSlot& slot : port->slots) slot.block.reset();
+        port->slots.count = 0;
+        port->merges.clear();
+    }
+    for (auto& format : publishedFormats) *format = CPortFormat();
+    timedEvents.clear();
+    sampleRate = 0.0;
+    latency = 0;
+    minLatency = 0;
+    formatChanged = 1;
+}
+
+void CAudioProcessBase::logFault(const char* text) const {
+    logLine(fullName + " // " + text);
+}
+
+// The head of a block.
+
+void CAudioProcessBase::runBlockHead() LUM_REALTIME {
+    takeBlockLength();
+    takeInputChanges();
+    bool hadEvents = runTimedEvents();
+    bool isNew = takeNewValues();
+    if (hadEvents || isNew || formatChanged || needsUpdate) runUpdate();
+    for (auto& port : inputPorts) mergePort(*port);
+}
+
+void CAudioProcessBase::takeBlockLength() LUM_REALTIME {
+    blockLength = 0;
+    for (auto& port : inputPorts) {
+        if (port->sources.empty()) continue;
+        blockLength = port->blockLength;
+        return;
+    }
+}
+
+void CAudioProcessBase::takeInputChanges() LUM_REALTIME {
+    bool isTouched = portsChanged;
+    for (auto& port : inputPorts) isTouched |= port->changeCounter != port->seenCounter;
+    if (!isTouched) return;
+    double oldRate = sampleRate;
+    bool isChanged = takeStreamFormat() | portsChanged;
+    for (auto& port : inputPorts) {
+        isChanged |= rebuildPort(*port);
+        for (auto& source : port->sources) rebuildDelays(*source, sampleRate != oldRate);
+        port->seenCounter = port->changeCounter;
+    }
+    portsChanged = false;
+    if (isChanged) formatChanged = 1;
+}
+
+/// Latency and sample rate of the inputs. True when one changed.
+bool CAudioProcessBase::takeStreamFormat() LUM_REALTIME {
+    int largest = 0;
+    int smallest = -1;
+    double rate = 0.0;
+    for (auto& port : inputPorts)
+        for (auto& source : port->sources) {
+            if (rate == 0.0) rate = source->format.sampleRate;
+            for (const CSlotFormat& slot : source->format.slots) {
+                largest = std::max(largest, slot.latency);
+                smallest = smallest < 0 ? slot.latency : std::min(smallest, slot.latency);
+            }
+        }
+    minLatency = std::max(smallest, 0);
+    bool isChanged = largest != latency || rate != sampleRate;
+    latency = largest;
+    sampleRate = rate;
+    return isChanged;
+}
+
+/// Merges the slots of all sources by channel, ascending. True when the table changed.
+bool CAudioProcessBase::rebuildPort(CInputPort& port) LUM_REALTIME {
+    const CSlotFormat* found[kMaxPortChannels] = {}; // by channel
+    for (auto& source : port.sources)
+        for (const CSlotFormat& slot : source->format.slots) {
+            const CSlotFormat*& place = found[slot.channel & (kMaxPortChannels - 1)];
+            if (!place) place = &slot;
+        }
+    bool isChanged = false;
+    int count = 0;
+    port.merges.clear();
+    for (const CSlotFormat* format : found) {
+        if (!format) continue;
+        CSlotFormat aligned = *format;
+        aligned.latency = latency;
+        isChanged |= count >= port.slots.count || port.slots[count].format != aligned;
+        port.slots[count].format = aligned;
+        for (int s = 0; s < port.sources.ssize(); s++)
+            for (int j = 0; j < port.sources[s]->format.slots.ssize(); j++)
+                if (port.sources[s]->format.slots[j].channel == format->channel)
+                    port.merges.push_back({count, s, j});
+        count++;
+    }
+    isChanged |= count != port.slots.count;
+    for (int i = count; i < port.slots.count; i++) port.slots[i].block.reset();
+    port.slots.count = count;
+    return isChanged;
+}
+
+/// Brings the delays of a source in line with its slots. A line stays with its channel.
+void CAudioProcessBase::rebuildDelays(CPortSource& source, bool isRateNew) LUM_REALTIME {
+    if (isRateNew) {
+        source.delays.clear();
+        source.hasRun = false;
+    }
+    CVector<CSlotDelay, 2> old = std::move(source.delays);
+    source.delays.clear();
+    source.delays.reserve(source.format.slots.size());
+    for (const CSlotFormat& slot : source.format.slots) {
+        auto known = std::find_if(old.begin(), old.end(), [&](const CSlotDelay& candidate) {
+            return candidate.channel == slot.channel && candidate.stack == slot.stack;
+        });
+        bool isKnown = known != old.end();
+        source.delays.push_back(
+            {slot.channel, slot.stack, isKnown ? std::move(known->delay) : nullptr});
+        settleDelay(source.delays.back(), isKnown && source.hasRun, latency - slot.latency);
+    }
+}
+
+void CAudioProcessBase::settleDelay(CSlotDelay& slotDelay, bool isHeard, int delay) LUM_REALTIME {
+    constexpr double kFadeSeconds = 0.015; // 662 samples at 44.1 kHz
+    if (slotDelay.delay) {
+        slotDelay.delay->setDelay(delay);
+        return;
+    }
+    if (delay == 0) return;
+    slotDelay.delay.reset(new CDSPModDelay(context->pool, isHeard ? 0 : delay,
+                                           roundToInt(sampleRate * kFadeSeconds),
+                                           definition && definition->isCompInput));
+    if (isHeard) slotDelay.delay->crossTo(delay);
+}
+
+/// True when events waited.
+bool CAudioProcessBase::runTimedEvents() LUM_REALTIME {
+    if (timedEvents.empty()) return false;
+    double seconds = sampleRate > 0.0 ? blockLength / sampleRate : 0.0;
+    int kept = 0;
+    for (CTimedEvent& event : timedEvents) {
+        if (event.secondsLeft <= 0.0) {
+            *event.flag = 1;
+            continue;
+        }
+        event.secondsLeft -= seconds;
+        timedEvents[kept++] = event;
+    }
+    timedEvents.resize(static_cast<size_t>(kept));
+    return true;
+}
+
+bool CAudioProcessBase::takeNewValues() LUM_REALTIME {
+    bool isAny = false;
+    for (auto& subscription : subscriptions) {
+        if (!subscription->isDirty) continue;
+        subscription->isDirty = 0;
+        subscription->newMark = -1;
+        isAny = true;
+    }
+    return isAny;
+}
+
+void CAudioProcessBase::runUpdate() LUM_REALTIME {
+    needsUpdate = 0;
+    update();
+    formatChanged = 0;
+    for (auto& subscription : subscriptions) subscription->newMark = 0;
+    if (!timedEvents.empty()) needsUpdate = 1;
+}
+
+/// Aligns the sources and combines those that share a channel.
+void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
+    for (int i = 0; i < port.merges.ssize() && blockLength > 0;) {
+        CSampleBlockRef blocks[kMaxPortChannels];
+        int slot = port.merges[i].slot;
+        int count = 0;
+        for (; i < port.merges.ssize() && port.merges[i].slot == slot; i++) {
+            CPortSource& source = *port.sources[port.merges[i].source];
+            CSampleBlockRef block = takeSourceBlock(source, port.merges[i].sourceSlot);
+            if (count < kMaxPortChannels) blocks[count++] = std::move(block);
+        }
+        port.slots[slot].block = count == 1 ? std::move(blocks[0]) : combine(blocks, count);
+    }
+    for (auto& source : port.sources)
+        for (CSampleBlockRef& block : source->blocks) block.reset();
+}
+
+CSampleBlockRef CAudioProcessBase::takeSourceBlock(CPortSource& source, int slot) LUM_REALTIME {
+    source.hasRun = true;
+    CSampleBlockRef block = std::move(source.blocks[slot]);
+    if (!block) block = context->pool.takeZeroed(blockLength); // its process does not run
+    CDSPModDelay* delay = source.delays[slot].delay.get();
+    if (!delay) return block;
+    CSampleBlockRef out = block->isShared() ? context->pool.take(blockLength) : block;
+    delay->process(block.samples(), out.samples(), blockLength);
+    return out;
+}
+
+CSampleBlockRef CAudioProcessBase::combine(const CSampleBlockRef* blocks, int count) LUM_REALTIME {
+    const double* sources[kMaxPortChannels];
+    for (int i = 0; i < count; i++) sources[i] = blocks[i].samples();
+    CSampleBlockRef out = context->pool.take(blockLength);
+    InputComboMode mode = definition ? definition->inputComboMode : InputComboMode::Sum;
+    if (mode == InputComboMode::Maximum)
+        ops::maximum(out.samples(), sources, count, blockLength);
+    else
+        ops::sum(out.samples(), sources, count, blockLength);
+    if (mode == InputComboMode::Average)
+        ops::scale(out.samples(), out.samples(), 1.0 / count, blockLength);
+    return out;
+}
+
+// Links.
+
+void CAudioProcessBase::connect(CAudioProcessBase& from, int sourcePort, CAudioProcessBase& to,
+                                int targetPort) {
+    for (const COutputTarget& target : from.targets)
+        if (target.process == &to && target.sourcePort == sourcePort &&
+            target.targetPort == targetPort)
+            return;
+    CInputPort& port = to.makePort(targetPort);
+    CPortSource& source = to.addSource(port, &from, sourcePort);
+    source.format = from.publishedFormat(sourcePort);
+    source.blocks.resize(source.format.slots.size());
+    from.targets.push_back({&to, sourcePort, targetPort, &port, &source});
+}
+
+void CAudioProcessBase::unlink(CAudioProcessBase& from, int sourcePort, CAudioProcessBase& to,
+                               int targetPort) {
+    for (size_t i = 0; i < from.targets.size(); i++) {
+        COutputTarget target = from.targets[i];
+        if (target.process != &to || target.sourcePort != sourcePort ||
+            target.targetPort != targetPort)
+            continue;
+        from.targets.erase(i);
+        to.dropSource(target);
+        return;
+    }
+}
+
+CPortSource& CAudioProcessBase::addSource(CInputPort& port, CAudioProcessBase* source,
+                                          int sourcePort) {
+    auto& added = *port.sources.push_back(std::unique_ptr<CPortSource>(new CPortSource));
+    added.process = source;
+    added.sourcePort = sourcePort;
+    port.changeCounter++;
+    return added;
+}
+
+/// The target's side of a link that goes.
+void CAudioProcessBase::dropSource(const COutputTarget& target) {
+    auto& sources = target.port->sources;
+    for (size_t i = 0; i < sources.size(); i++) {
+        if (sources[i].get() != target.source) continue;
+        sources.erase(i);
+        target.port->changeCounter++;
+        // Merge entries name sources by place; nothing may use them before the next head.
+        target.port->merges.clear();
+        return;
+    }
+}
+
+void CAudioProcessBase::dropIncoming() {
+    for (auto& port : inputPorts) {
+        for (auto& source : port->sources) {
+            if (!source->process) continue;
+            auto& links = source->process->targets;
+            for (size_t i = links.size(); i-- > 0;)
+                if (links[i].source == source.get()) links.erase(i);
+        }
+        port->sources.clear();
+        port->merges.clear();
+        port->changeCounter++;
+    }
+}
+
+CInputPort* CAudioProcessBase::findPort(int number) LUM_REALTIME {
+    for (auto& port : inputPorts)
+        if (port->number == number) return port.get();
+    return nullptr;
+}
+
+CInputPort& CAudioProcessBase::makePort(int number) {
+    if (CInputPort* known = findPort(number)) return *known;
+    size_t place = 0;
+    while (place < inputPorts.size() && inputPorts[place]->number < number) place++;
+    inputPorts.insert(place, std::unique_ptr<CInputPort>(new CInputPort));
+    inputPorts[place]->number = number;
+    portsChanged = true;
+    return *inputPorts[place];
+}
+
+void CAudioProcessBase::publish(int sourcePort, const CPortFormat& format) LUM_REALTIME {
+    CPortFormat& published = publishedFormat(sourcePort);
+    if (published == format) return;
+    published = format;
+    for (const COutputTarget& target : targets) {
+        if (target.sourcePort != sourcePort) continue;
+        target.source->format = format;
+        target.source->blocks.resize(format.slots.size());
+        target.port->changeCounter++;
+    }
+}
+
+void CAudioProcessBase::deliver(int sourcePort, int slot,
+                                const CSampleBlockRef& block) LUM_REALTIME {
+    for (const COutputTarget& target : targets) {
+        if (target.sourcePort != sourcePort || slot >= target.source->blocks.ssize()) continue;
+        target.source->blocks[slot] = block;
+        target.port->blockLength = blockLength;
+    }
+}
+
+void CAudioProcessBase::deliverLength() LUM_REALTIME {
+    for (const COutputTarget& target : targets) target.port->blockLength = blockLength;
+}
+
+bool CAudioProcessBase::hasTargets(int sourcePort) const LUM_REALTIME {
+    return std::any_of(targets.begin(), targets.end(), [&](const COutputTarget& target) {
+        return target.sourcePort == sourcePort;
+    });
+}
+
+CPortFormat& CAudioProcessBase::publishedFormat(int sourcePort) {
+    while (publishedFormats.ssize() <= sourcePort)
+        publishedFormats.push_back(std::unique_ptr<CPortFormat>(new CPortFormat));
+    return *publishedFormats[sourcePort];
+}
+
+const CPortFormat& CAudioProcessBase::getPublishedFormat(int sourcePort) {
+    return publishedFormat(sourcePort);
+}
+
+// The outer ends.
+
+void CAudioProcessBase::setExternalInput(int number, const CPortFormat& format) {
+    CInputPort& port = makePort(number);
+    CPortSource* source = nullptr;
+    for (auto& candidate : port.sources)
+        if (!candidate->process) source = candidate.get();
+    if (!source) source = &addSource(port, nullptr, 0);
+    if (source->format == format) return;
+    source->format = format;
+    source->blocks.resize(format.slots.size());
+    port.changeCounter++;
+}
+
+void CAudioProcessBase::feedExternal(int number, int slot, CSampleBlockRef block,
+                                     int frames) LUM_REALTIME {
+    CInputPort* port = findPort(number);
+    if (!port) return;
+    port->blockLength = frames;
+    for (auto& source : port->sources)
+        if (!source->process && slot >= 0 && slot < source->blocks.ssize())
+            source->blocks[slot] = std::move(block);
+}
+
+CSlotTable& CAudioProcessBase::inputSlots(int number) LUM_REALTIME {
+    static CSlotTable none; // stays empty
+    CInputPort* port = findPort(number);
+    return port ? port->slots : none;
+}
+
+int CAudioProcessBase::inputBlockLength(int number) LUM_REALTIME {
+    CInputPort* port = findPort(number);
+    return port ? port->blockLength : 0;
+}
+
+void CAudioProcessBase::releaseInputs() LUM_REALTIME {
+    for (auto& port : inputPorts)
+        for (CChannelSlot& slot : port->slots) slot.block.reset();
+}
+
+// Events.
+
+void CAudioProcessBase::addTimedEvent(double seconds, uint8_t* flag) LUM_REALTIME {
+    timedEvents.push_back({seconds, flag});
+    needsUpdate = 1;
+}
+
+void CAudioProcessBase::cancelTimedEvents(const uint8_t* flag) LUM_REALTIME {
+    for (size_t i = timedEvents.size(); i-- > 0;)
+        if (timedEvents[i].flag == flag) timedEvents.erase(i);
+}
+
+} // namespace lum

@@ -1,0 +1,251 @@
+#include "Audio/CAudioWrapper.h"
+
+#include "Audio/CAudioCCTable.h"
+#include "Audio/CAudioExtParam.h"
+#include "Audio/CAudioExtParamList.h"
+#include "Audio/CAudioWrapperRouting.h"
+#include "Audio/Processes/CModOutput.h"
+#include "Core/CAppData.h"
+#include "Core/CApplication.h"
+#include "Core/CLog.h"
+#include "Core/CSystem.h"
+#include "Core/CWorkerThreadPool.h"
+#include "Platform/Clock.h"
+
+namespace lum {
+
+namespace {
+
+constexpr const char* kMainName = "plugin.modMain";
+constexpr const char* kOutputName = "plugin.modOutput";
+constexpr const char* kMainDefinition = "shared::audio.modMain";
+constexpr const char* kOutputDefinition = "shared::audio.modOutput";
+constexpr int kMostGroups = 8;
+constexpr double kDefaultTail = 0.4;  // seconds, for a tail whose text is no number
+constexpr size_t kQueuedEvents = 256; // events a block may bring before the queue has to grow
+
+CString hostParamName(const char* name) {
+    return CString(kMainName) + "." + name;
+}
+
+/// A parameter and a place in it as one number: groups and elements are both below 256.
+int32_t placeOf(int element, int group) {
+    return (group << 8) | element;
+}
+
+} // namespace
+
+CAudioWrapper::CAudioWrapper() = default;
+
+CAudioWrapper::~CAudioWrapper() {
+    isInitialised = false;
+    if (collector) collector->cancelDeferredCalls(*this);
+    windowSizeListener.reset();
+    if (mainProcess) mainProcess->disconnect();
+    mainProcess.reset();
+    outputProcess.reset();
+    if (instanceRoot) CObject::destroyObject(instanceRoot);
+    CPersistentThread::releaseIdle();
+}
+
+CErrorResult CAudioWrapper::init() {
+    const double started = platform::clockSeconds();
+    if (!CApplication::get())
+        return LUM_FAIL("@lumstr_CAudioWrapper_init_NoApp No application object created.");
+    LUM_TRY(createInstanceTree());
+    LUM_TRY(readProject());
+    LUM_TRY(findInstanceObjects());
+    context.reset(new CAudioProcessContext{*env, *collector, samplePool});
+    findHostParams();
+    LUM_TRY(createProcesses());
+    findWindowParams();
+    findRoutingParams();
+    CAudioProcessBase::connect(*mainProcess, 0, *outputProcess, 0);
+    exposeParams();
+
+    isDirty = true;
+    inFormat.channels = 1;
+    outFormat.channels = 1;
+    CString forced;
+    CAppDataGroup::get().getString(forced, "force-2ch", "false");
+    forceTwoChannels = forced == "true" || forced == "1";
+    readOversamplingSettings();
+    updateOversampling();
+    events.reserve(kQueuedEvents);
+    logFormat("CAudioWrapper init time: %.4f s @ %.4f s", platform::clockSeconds() - started,
+              system::secondsSinceLoad());
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::createInstanceTree() {
+    LUM_TRY(CApplication::get()->initRootObject(instanceRoot, ""));
+    CObject* audio = nullptr;
+    LUM_TRY(instanceRoot->findObjectChecked(audio, "shared::audio"));
+    const CString pluginTag = audio->getAttrString("plugin-tag");
+    CObject* created = nullptr;
+    LUM_TRY(instanceRoot->createChild<CObject>(created, pluginTag, "plugin", true));
+    LUM_TRY(instanceRoot->findObjectChecked(plugin, "plugin"));
+    LUM_TRY(instanceRoot->findObjectChecked(project, "shared::project"));
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::readProject() {
+    appName = project->getAttrString("app-name");
+    if (appName.empty())
+        return LUM_FAIL("@lumstr_CAudioWrapper_init_PluginNameEmpty Plug-in name is empty.");
+    appVendor = project->getAttrString("app-vendor");
+    if (appVendor.empty())
+        return LUM_FAIL("@lumstr_CAudioWrapper_init_VendorNameEmpty Vendor name is empty.");
+    intChannelCount = project->getAttrInt("plugin-intchannel-count");
+    if (intChannelCount < 1 || intChannelCount > kMaxChannels)
+        return LUM_FAIL("@lumstr_CAudioWrapper_init_InvalidIntChannelCount "
+                        "Invalid 'plugin-intchannel-count' attribute value.");
+    groupCount = project->getAttrInt("plugin-group-count");
+    if (groupCount < 1 || groupCount > kMostGroups)
+        return LUM_FAIL("@lumstr_CAudioWrapper_init_InvalidGroupCount "
+                        "Invalid 'plugin-group-count' attribute value.");
+    LUM_TRY(acquirePluginCode());
+    LUM_TRY(parseVersion());
+
+    const CString tail = project->getAttrString("plugin-tail");
+    isTailDeclared = !tail.empty();
+    if (isTailDeclared && !tail.parseReal(tailSeconds)) tailSeconds = kDefaultTail;
+    autoOversamplingRtMode = project->getAttrInt("auto-oversampling-rtmode");
+    isVizAlwaysActive = project->getAttrBool("is-viz-always-active");
+    isSymmetricIo = project->getAttrBool("is-symmetric-io");
+    useHostBpm = project->getAttrBool("use-host-bpm");
+    useHostRecording = project->getAttrBool("use-host-recording");
+    useSideChain = project->getAttrBool("use-sidechain");
+    useRouting = project->getAttrBool("use-routing");
+    useMidSide = project->getAttrBool("use-mid-side");
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::acquirePluginCode() {
+    const CString code = project->getAttrString("plugin-code");
+    if (code.length() != 4)
+        return LUM_FAIL("@lumstr_CAudioWrapper_acquirePluginCode_PluginCodeError "
+                        "Invalid plug-in code in string '%1'.",
+                        code);
+    uint32_t value = 0;
+    for (size_t i = 0; i < 4; i++) value = (value << 8) | (code.at(i) & 255U);
+    pluginCode = static_cast<int32_t>(value);
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::parseVersion() {
+    const CString text = project->getAttrString("app-version");
+    CVector<CString> parts;
+    text.split(parts, u'.', false);
+    bool isValid = parts.size() == 2 || parts.size() == 3;
+    for (size_t i = 0; isValid && i < parts.size(); i++)
+        isValid = parts[i].parseInt(version[i]) && version[i] >= 0;
+    if (!isValid)
+        return LUM_FAIL("@lumstr_CAudioWrapper_parseVersion_VersionError "
+                        "Invalid version specification in string '%1'.",
+                        text);
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::findInstanceObjects() {
+    LUM_TRY(instanceRoot->findObjectChecked(env, "plugin.audio-env"));
+    LUM_TRY(instanceRoot->findObjectChecked(collector, "plugin.param-collector"));
+    LUM_TRY(instanceRoot->findObjectChecked(extParams, "plugin.ext-param-list"));
+    LUM_TRY(instanceRoot->findObjectChecked(ccTable, "plugin.cctable"));
+    return nullptr;
+}
+
+void CAudioWrapper::findHostParams() {
+    const auto find = [&](const char* name) { return &collector->getParam(hostParamName(name)); };
+    hostOversamplingMode = find("host-oversampling-mode");
+    hostOffline = find("host-offline");
+    hostLatencyChange = find("host-latency-change");
+    hostTrackName = find("host-track-name");
+    hostBypass = find("bypass-enable");
+    if (useHostBpm) hostBpm = find("host-bpm");
+    if (useHostRecording) hostRec = find("host-rec");
+}
+
+CErrorResult CAudioWrapper::createProcesses() {
+    LUM_TRY(createProcess(mainProcess, kMainDefinition, kMainName));
+    LUM_TRY(createProcess(outputProcess, kOutputDefinition, kOutputName));
+    if (!dynamic_cast<CModOutput*>(outputProcess.get()))
+        return LUM_FAIL(
+            "@lumstr_CAudioWrapper_init_InvalidOutput Output process object '%1' is not "
+            "of required 'CModOutput' type.",
+            kOutputDefinition);
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::createProcess(std::unique_ptr<CAudioProcessBase>& out,
+                                          const CString& definition, const CString& name) {
+    CAudioProcessDefBase* found = nullptr;
+    LUM_TRY(instanceRoot->findObjectChecked(found, definition));
+    LUM_TRY(found->instantiate(out, name, *context, nullptr));
+    return nullptr;
+}
+
+void CAudioWrapper::findWindowParams() {
+    mainWindowSize = &collector->getParam(hostParamName("main-window-size"));
+    computeWindowSize(windowWidth, windowHeight);
+    if (!project->getAttrBool("use-window-resizing")) return;
+    updateEditorSize();
+    windowSizeListener = std::make_unique<CWinSizeParamListener>(*this);
+    windowSizeListener->attach(collector, mainWindowSize);
+}
+
+void CAudioWrapper::findRoutingParams() {
+    const auto find = [&](const char* name) {
+        return &collector->getParam(hostParamName("io-params.") + name);
+    };
+    routingParams = std::make_unique<CRoutingParams>();
+    if (useSideChain) {
+        routingParams->sideChain = find("sidechain");
+        routingParams->sideChainMute = find("sidechain-mute");
+    }
+    if (!useRouting) return;
+    routingParams->inChannelNames = find("in-channel-names");
+    routingParams->groupNames = find("group-names");
+    routingParams->inRouting = find("in-routing");
+    routingParams->grouping = find("grouping");
+    routingParams->outRouting = find("out-routing");
+    if (useMidSide) routingParams->msPairs = find("ms-pairs");
+}
+
+void CAudioWrapper::exposeParams() {
+    for (int i = 0; i < extParams->getCount(); i++) {
+        CAudioExtParam& param = *extParams->getParam(i);
+        param.setHost(i, this);
+        exposedIndices[{&param.getParam(), placeOf(param.getElement(), param.getGroup())}] = i;
+    }
+}
+
+CErrorResult CAudioWrapper::finishInit() {
+    collector->start();
+    start();
+    stop();
+    isInitialised = true;
+    return nullptr;
+}
+
+int CAudioWrapper::findExposedIndex(CAudioParam& param, int element, int group) const {
+    const auto found = exposedIndices.find({&param, placeOf(element, group)});
+    return found == exposedIndices.end() ? -1 : found->second;
+}
+
+void CAudioWrapper::paramBeginEdit(CAudioParam& param, int element, int group) {
+    const int index = findExposedIndex(param, element, group);
+    if (index >= 0 && isInitialised) hostBeginEdit(index);
+}
+
+void CAudioWrapper::paramEndEdit(CAudioParam& param, int element, int group) {
+    const int index = findExposedIndex(param, element, group);
+    if (index >= 0 && isInitialised) hostEndEdit(index);
+}
+
+void CAudioWrapper::onParamEvent(const CAudioEvent& event) {
+    if (CAudioExtParam* param = extParams->getParam(event.param.index))
+        param->setHostValue(event.param.value);
+}
+
+} // namespace lum

@@ -1,0 +1,273 @@
+#pragma once
+
+#include "Audio/CAudioExtParamHostBridge.h"
+#include "Audio/CAudioInterfaceDataProvider.h"
+#include "Audio/CAudioProcessBase.h"
+#include "Audio/CAudioRoutingInfoProvider.h"
+#include "Core/CObject.h"
+
+namespace lum {
+
+class CAudioCCTable;
+class CAudioExtParamList;
+class CModOutput;
+
+/// Kinds of a queued event.
+enum class AudioEventKind : int32_t { Midi = 0, Param = 1 };
+
+struct CAudioMidiEvent {
+    int32_t status;  // upper half of the status byte
+    int32_t channel; // lower half
+    int32_t data1;   // 0 to 127
+    int32_t data2;
+};
+
+struct CAudioParamEvent {
+    double value;  // normalised
+    int32_t index; // of the exposed parameter
+};
+
+/// An event of the next block.
+struct CAudioEvent {
+    int32_t sampleOffset; // from the start of the block
+    AudioEventKind kind;
+    union {
+        CAudioMidiEvent midi;
+        CAudioParamEvent param;
+    };
+};
+static_assert(sizeof(CAudioEvent) == 24);
+
+/// How the host lays out the samples of one bus. Not interleaved, a bus takes one pointer a
+/// channel; interleaved, one pointer.
+struct CAudioBusFormat {
+    int channels = 0;
+    bool isDouble = false; // 64-bit samples
+    bool isInterleaved = false;
+};
+
+/// One loaded instance of the plug-in, independent of the host format: owns the instance's tree,
+/// finds the objects that the product data declares, builds the two audio processes, and turns a
+/// host's block into process calls. What it knows of the product it reads from the shared tree.
+///
+/// A format adapter derives from it. It calls init, adds its own, and ends with finishInit.
+/// `process` belongs to the host's audio thread; everything else to control threads, or to whatever
+/// thread the host likes. Hosts that break this order get silence for a block, never a torn graph:
+/// start, stop and process exclude each other, and process never waits.
+class CAudioWrapper : public CAudioExtParamHostBridge,
+                      public CAudioInterfaceDataProvider,
+                      public CAudioRoutingInfoProvider,
+                      public CLumMemAllocator {
+public:
+    static constexpr int kMaxChannels = kMaxPortChannels;
+    static constexpr int kLongestSubBlock = 512; // frames
+
+    CAudioWrapper();
+    ~CAudioWrapper() override;
+    CAudioWrapper(const CAudioWrapper&) = delete;
+    CAudioWrapper& operator=(const CAudioWrapper&) = delete;
+
+    /// The creation sequence. Error: what the product data lacks; the object is then only good for
+    /// deletion.
+    virtual CErrorResult init();
+    virtual void hostUpdateDisplay() = 0;
+    virtual void hostBeginEdit(int32_t index) = 0;
+    virtual void hostEndEdit(int32_t index) = 0;
+    /// width, height: pixels. True when the host accepts.
+    virtual bool hostResizeEditor(int width, int height);
+    /// The latency has moved inside a block; audio thread.
+    virtual void onLatencyChanged();
+    virtual void onMidiEvent(const CAudioEvent&) {}
+    /// Sets an exposed parameter at its sample.
+    virtual void onParamEvent(const CAudioEvent& event);
+
+    /// Activate and deactivate processing; idempotent. `start` does all allocation that blocks at
+    /// this rate and layout need.
+    void start();
+    void stop();
+    /// A layout or rate has been set that the next start or stop applies.
+    bool isConfigurationDirty();
+    bool isActive();
+
+    void setSampleRate(double rate); // Hz
+    void setOffline(bool isHostOffline);
+    /// main, sideChain: the side chain's channels stand behind the main ones.
+    void setInputFormat(const CAudioBusFormat& main, const CAudioBusFormat& sideChain);
+    void setOutputFormat(const CAudioBusFormat& format);
+    void setTempo(double bpm);
+    void setRecording(bool isHostRecording);
+    /// Reads the wanted size of the editor window; tells the host when it has changed.
+    void updateEditorSize();
+
+    /// Carries out parameter writes that the audio thread has left behind. Control threads,
+    /// whenever one comes by.
+    void drainControlWrites();
+    /// Queues an event for the next block; from the audio thread, between blocks.
+    void addEvent(const CAudioEvent& event) LUM_REALTIME;
+    /// True when a block may run: processing is started and nobody else is in a block, a start or a
+    /// stop. Never waits. Then endBlock must follow, on this thread.
+    bool beginBlock() LUM_REALTIME;
+    void endBlock() LUM_REALTIME { blockLock.leave(); }
+    /// Zeros for every channel of a bus.
+    static void writeSilence(void* const* outputs, const CAudioBusFormat& format,
+                             int frames) LUM_REALTIME;
+    /// The block entry. inputs, outputs: pointers as the formats say, any of them null. In and out
+    /// may be the same memory. Writes every output channel, with zeros when no block may run.
+    void process(const void* const* inputs, void* const* outputs, int frames) LUM_REALTIME;
+
+    // CAudioInterfaceDataProvider
+    int getIntChannelCount() override { return intChannelCount; }
+    int getGroupCount() override { return groupCount; }
+    int getInChannelCount() override;
+    int getOutChannelCount() override;
+    int getSideChainChannelCount() override;
+    double getSampleRate() override;
+    void paramBeginEdit(CAudioParam& param, int element, int group) override;
+    void paramEndEdit(CAudioParam& param, int element, int group) override;
+    void importChannelLabels() override;
+    // CAudioRoutingInfoProvider
+    void applyRouting(CParamUndoRecord* undo, CAudioParamBatch* batch) override;
+
+    int getLatency() const; // samples, of the last block
+    bool hasTail() const { return isTailDeclared; }
+    double getTail() const { return tailSeconds; }
+    CAudioExtParamList& getExtParams() const { return *extParams; }
+    CAudioParamCollector& getCollector() const { return *collector; }
+    CObject* getInstanceRoot() const { return instanceRoot; }
+
+protected:
+    /// Ends an adapter's own init: one activation, so that latency and buffers stand before the
+    /// host asks, and from then on the host is told of changes.
+    CErrorResult finishInit();
+
+    /// Adapts a routing that the user has not touched to the host's channels. With `isRequest` that
+    /// becomes the standing wish. Under the routing lock.
+    void updateDefaultRouting(bool isRequest, CParamUndoRecord* undo, CAudioParamBatch* batch);
+
+    CObject* project = nullptr;
+    CString appName;
+    CString appVendor;
+    int32_t pluginCode = 0; // four characters, the first one in the top byte
+    int32_t version[3] = {};
+    int intChannelCount = 0;
+    int groupCount = 0;
+    bool isSymmetricIo = false;
+    bool useHostBpm = false;
+    bool useHostRecording = false;
+    bool forceTwoChannels = false;
+    bool isLatencyChanged = false; // audio thread, and set-up
+    bool isInitialised = false;    // the host is told nothing before
+    CAudioParam* hostLatencyChange = nullptr;
+    platform::CLock routingLock;
+    CVector<CString> inputLabels;     // under routingLock
+    CVector<CString> sideChainLabels; // under routingLock
+    double visualScale = 1.0;
+    int windowWidth = 0; // pixels
+    int windowHeight = 0;
+
+private:
+    class CWinSizeParamListener : public COwnedUpdateListener<CAudioWrapper> {
+    public:
+        using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
+        void onUpdate(const CUpdateRecord*) override { owner->updateEditorSize(); }
+    };
+    struct CRoutingParams;
+
+    // init, in its order
+    CErrorResult createInstanceTree();
+    CErrorResult readProject();
+    CErrorResult acquirePluginCode();
+    CErrorResult parseVersion();
+    CErrorResult findInstanceObjects();
+    void findHostParams();
+    CErrorResult createProcesses();
+    CErrorResult createProcess(std::unique_ptr<CAudioProcessBase>& out, const CString& definition,
+                               const CString& name);
+    void findWindowParams();
+    void findRoutingParams();
+    void exposeParams();
+
+    // Host state
+    /// Leaves the write to a control thread, because this may be the audio thread.
+    void writeHostParam(CAudioParam& param, double value) LUM_REALTIME;
+    void readOversamplingSettings();
+    void updateOversampling();
+    void computeWindowSize(int& width, int& height);
+    int findExposedIndex(CAudioParam& param, int element, int group) const;
+
+    // Activation
+    void applyConfiguration();
+    void publishLayout();
+    void runEmptyBlock();
+    void warmPools();
+
+    // Blocks
+    void exchange() LUM_REALTIME;
+    void sortEvents() LUM_REALTIME;
+    int dispatchEvents(int position, int frames, bool& wasDispatched) LUM_REALTIME;
+    void runBlocks(const void* const* inputs, void* const* outputs, int frames) LUM_REALTIME;
+    void feedInputs(const void* const* inputs, int position, int frames) LUM_REALTIME;
+    void collectOutputs(void* const* outputs, int position, int frames) LUM_REALTIME;
+
+    // Routing
+    bool isRoutingDefault() const;
+    struct CRoutingGuards;
+    void writeDefaultRouting(CRoutingGuards& guards, const CChangeContext& change);
+    void writeElements(CAudioParamGuard& guard, const CVector<double, 16>& values,
+                       const CChangeContext& change);
+    void writeTexts(CAudioParamGuard& guard, const CVector<CString>& texts,
+                    const CChangeContext& change);
+
+    CObject* instanceRoot = nullptr; // owned
+    CObject* plugin = nullptr;
+    CAudioEnv* env = nullptr;
+    CAudioParamCollector* collector = nullptr;
+    CAudioExtParamList* extParams = nullptr;
+    CAudioCCTable* ccTable = nullptr;
+    CSampleBlockPool samplePool;
+    std::unique_ptr<CAudioProcessContext> context;
+    std::unique_ptr<CAudioProcessBase> mainProcess;
+    std::unique_ptr<CAudioProcessBase> outputProcess;                     // a CModOutput
+    CMap<std::pair<const CAudioParam*, int32_t>, int32_t> exposedIndices; // by parameter and place
+
+    bool isTailDeclared = false;
+    double tailSeconds = 0.0;
+    bool useRouting = false;
+    bool useMidSide = false;
+    bool useSideChain = false;
+    bool isVizAlwaysActive = false;
+    int autoOversamplingRtMode = 0;
+
+    // The configuration: written under blockLock and the env lock, so that either is enough to
+    // read. The layout is what the graph has been given of it.
+    CAudioBusFormat inFormat;
+    CAudioBusFormat sideChainFormat;
+    CAudioBusFormat outFormat;
+    bool isDirty = false;
+    int layoutChannels = 0;
+    double layoutRate = 0.0; // Hz
+
+    platform::CSpinLock blockLock; // held by start, stop and a block, which only tries it
+    bool isRunning = false;        // under blockLock
+    CVector<CAudioEvent, 0> events;
+    int eventReadIndex = 0;
+
+    CAudioParam* hostOversamplingMode = nullptr;
+    CAudioParam* hostOffline = nullptr;
+    CAudioParam* hostTrackName = nullptr;
+    CAudioParam* hostBypass = nullptr;
+    CAudioParam* hostBpm = nullptr;
+    CAudioParam* hostRec = nullptr;
+    CAudioParam* mainWindowSize = nullptr;
+    std::unique_ptr<CRoutingParams> routingParams;
+    std::unique_ptr<CWinSizeParamListener> windowSizeListener;
+    double lastTempo = -1.0;
+    bool lastRecording = false;
+    bool isOffline = false;
+    int oversamplingMode = 0;
+    int oversamplingLevel = 1;
+    bool forceAutoOversampling = false;
+    bool isRoutingRequested = false; // sticky; under routingLock
+};
+
+} // namespace lum

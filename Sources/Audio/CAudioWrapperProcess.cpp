@@ -1,0 +1,195 @@
+#include "Audio/CAudioWrapper.h"
+
+#include "Audio/CAudioEnv.h"
+#include "Platform/FlushToZero.h"
+
+#include <algorithm>
+#include <cstring>
+
+// The block entry. Everything here runs on the host's audio thread.
+
+namespace lum {
+
+namespace {
+
+/// One channel of a host bus: its first sample and the distance to the next one. Null: no buffer.
+template <class Pointer>
+struct CChannelView {
+    Pointer first = nullptr;
+    int stride = 1; // samples
+};
+
+/// channel: within the bus. `pointers` are those of the bus.
+template <class Pointer>
+CChannelView<Pointer> viewChannel(Pointer const* pointers, const CAudioBusFormat& format,
+                                  int channel) {
+    if (!pointers || channel >= format.channels) return {};
+    if (!format.isInterleaved) return {pointers[channel], 1};
+    using Byte =
+        std::conditional_t<std::is_const_v<std::remove_pointer_t<Pointer>>, const char, char>;
+    const int sampleBytes = format.isDouble ? 8 : 4;
+    Byte* base = static_cast<Byte*>(pointers[0]);
+    return {base ? base + channel * sampleBytes : nullptr, format.channels};
+}
+
+/// The pointers of a bus take this much of the host's array.
+int pointerCount(const CAudioBusFormat& format) {
+    return format.isInterleaved ? 1 : format.channels;
+}
+
+template <class Sample>
+void readSamples(const void* source, int position, int stride, double* samples, int frames) {
+    const Sample* from =
+        static_cast<const Sample*>(source) + static_cast<ptrdiff_t>(position) * stride;
+    if constexpr (std::is_same_v<Sample, double>)
+        if (stride == 1) {
+            std::memcpy(samples, from, static_cast<size_t>(frames) * sizeof(double));
+            return;
+        }
+    for (int i = 0; i < frames; i++)
+        samples[i] = static_cast<double>(from[static_cast<ptrdiff_t>(i) * stride]);
+}
+
+/// samples: null writes zeros.
+template <class Sample>
+void writeSamples(void* target, int position, int stride, const double* samples, int frames) {
+    Sample* to = static_cast<Sample*>(target) + static_cast<ptrdiff_t>(position) * stride;
+    if (!samples) {
+        for (int i = 0; i < frames; i++) to[static_cast<ptrdiff_t>(i) * stride] = Sample(0);
+        return;
+    }
+    if constexpr (std::is_same_v<Sample, double>)
+        if (stride == 1) {
+            std::memcpy(to, samples, static_cast<size_t>(frames) * sizeof(double));
+            return;
+        }
+    for (int i = 0; i < frames; i++)
+        to[static_cast<ptrdiff_t>(i) * stride] = static_cast<Sample>(samples[i]);
+}
+
+void writeChannel(const CChannelView<void*>& view, bool isDouble, int position,
+                  const double* samples, int frames) {
+    if (!view.first || frames <= 0) return;
+    if (isDouble)
+        writeSamples<double>(view.first, position, view.stride, samples, frames);
+    else
+        writeSamples<float>(view.first, position, view.stride, samples, frames);
+}
+
+} // namespace
+
+void CAudioWrapper::process(const void* const* inputs, void* const* outputs, int frames) {
+    platform::CFlushToZero mode;
+    if (!beginBlock()) return writeSilence(outputs, outFormat, frames);
+    const int latencyBefore = env->latency;
+    sortEvents();
+    runBlocks(inputs, outputs, frames);
+    if (env->latency != latencyBefore) onLatencyChanged();
+    events.clear();
+    endBlock();
+}
+
+bool CAudioWrapper::beginBlock() {
+    if (!blockLock.tryEnter()) return false;
+    if (isRunning) return true;
+    events.clear();
+    blockLock.leave();
+    return false;
+}
+
+void CAudioWrapper::runBlocks(const void* const* inputs, void* const* outputs, int frames) {
+    bool needsExchange = true;
+    for (int position = 0; position < frames;) {
+        bool wasDispatched = false;
+        const int count =
+            dispatchEvents(position, std::min(frames - position, kLongestSubBlock), wasDispatched);
+        if (needsExchange || wasDispatched) exchange();
+        needsExchange = false;
+        feedInputs(inputs, position, count);
+        mainProcess->process();
+        outputProcess->process();
+        collectOutputs(outputs, position, count);
+        env->time += count / layoutRate;
+        position += count;
+    }
+}
+
+void CAudioWrapper::exchange() {
+    collector->takePendingChanges();
+}
+
+/// Events come nearly sorted, so insertion is fast; it keeps the order of equal offsets.
+void CAudioWrapper::sortEvents() {
+    for (size_t i = 1; i < events.size(); i++) {
+        const CAudioEvent event = events[i];
+        size_t place = i;
+        for (; place > 0 && events[place - 1].sampleOffset > event.sampleOffset; place--)
+            events[place] = events[place - 1];
+        events[place] = event;
+    }
+    eventReadIndex = 0;
+}
+
+/// Runs the events that are due and gives the frames up to the next one, at most `frames`.
+int CAudioWrapper::dispatchEvents(int position, int frames, bool& wasDispatched) {
+    for (; eventReadIndex < events.ssize(); eventReadIndex++) {
+        const CAudioEvent& event = events[eventReadIndex];
+        if (event.sampleOffset > position) return std::min(frames, event.sampleOffset - position);
+        if (event.kind == AudioEventKind::Midi)
+            onMidiEvent(event);
+        else
+            onParamEvent(event);
+        wasDispatched = true;
+    }
+    return frames;
+}
+
+void CAudioWrapper::feedInputs(const void* const* inputs, int position, int frames) {
+    for (int i = 0; i < layoutChannels; i++) {
+        const bool isMain = i < inFormat.channels;
+        const CAudioBusFormat& format = isMain ? inFormat : sideChainFormat;
+        const void* const* pointers = !inputs || isMain ? inputs : inputs + pointerCount(inFormat);
+        const auto view = viewChannel(pointers, format, isMain ? i : i - inFormat.channels);
+        if (!view.first) {
+            mainProcess->feedExternal(0, i, samplePool.takeZeroed(frames), frames);
+            continue;
+        }
+        CSampleBlockRef block = samplePool.take(frames);
+        if (format.isDouble)
+            readSamples<double>(view.first, position, view.stride, block.samples(), frames);
+        else
+            readSamples<float>(view.first, position, view.stride, block.samples(), frames);
+        mainProcess->feedExternal(0, i, std::move(block), frames);
+    }
+}
+
+void CAudioWrapper::collectOutputs(void* const* outputs, int position, int frames) {
+    int filled[kMaxChannels] = {}; // frames of this sub-block that a channel has received
+    const int delivered = std::min(frames, outputProcess->inputBlockLength(0));
+    for (CChannelSlot& slot : outputProcess->inputSlots(0)) {
+        const int channel = slot.format.channel;
+        const auto view = viewChannel(outputs, outFormat, channel);
+        if (!slot.block || filled[channel] > 0) continue;
+        writeChannel(view, outFormat.isDouble, position, slot.block.samples(), delivered);
+        filled[channel] = delivered;
+    }
+    outputProcess->releaseInputs();
+    for (int channel = 0; channel < outFormat.channels; channel++) {
+        const int done = channel < kMaxChannels ? filled[channel] : 0;
+        writeChannel(viewChannel(outputs, outFormat, channel), outFormat.isDouble, position + done,
+                     nullptr, frames - done);
+    }
+}
+
+void CAudioWrapper::writeSilence(void* const* outputs, const CAudioBusFormat& format, int frames) {
+    for (int channel = 0; channel < format.channels; channel++)
+        writeChannel(viewChannel(outputs, format, channel), format.isDouble, 0, nullptr, frames);
+}
+
+void CAudioWrapper::addEvent(const CAudioEvent& event) {
+    if (!blockLock.tryEnter()) return; // another thread is in a block, against the order of calls
+    events.push_back(event);
+    blockLock.leave();
+}
+
+} // namespace lum

@@ -1,0 +1,260 @@
+#include "Audio/CAudioWrapper.h"
+
+#include "Core/CAppData.h"
+#include "Platform/FlushToZero.h"
+
+#include <algorithm>
+#include <cmath>
+
+// Activation, formats, and what the host tells of itself.
+
+namespace lum {
+
+namespace {
+
+constexpr double kDefaultWidth = 400.0; // pixels, where the product declares no size
+constexpr double kDefaultHeight = 300.0;
+// Blocks of the longest sub-block that one channel may have in use at once: its input, what the
+// equaliser and the gains hand on, both sides of their fades, and the aligned dry signal.
+constexpr int kBlocksPerChannel = 12;
+constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
+constexpr int kDelayBlocksPerChannel = 4;
+
+bool isTrue(const CString& text) {
+    return text == "true" || text == "1";
+}
+
+} // namespace
+
+// Activation
+
+void CAudioWrapper::start() {
+    platform::CFlushToZero mode;
+    {
+        platform::CSpinGuard holdBlocks(blockLock);
+        {
+            platform::CSpinGuard holdEnv(env->lock);
+            if (env->isActive) return;
+            env->isActive = true;
+        }
+        applyConfiguration();
+        isRunning = true;
+    }
+    readOversamplingSettings();
+    drainControlWrites();
+}
+
+void CAudioWrapper::stop() {
+    platform::CFlushToZero mode;
+    {
+        platform::CSpinGuard holdBlocks(blockLock);
+        {
+            platform::CSpinGuard holdEnv(env->lock);
+            if (!env->isActive) return;
+            env->isActive = false;
+        }
+        isRunning = false;
+        applyConfiguration();
+        mainProcess->reset();
+        outputProcess->reset();
+    }
+    drainControlWrites();
+}
+
+bool CAudioWrapper::isActive() {
+    platform::CSpinGuard hold(env->lock);
+    return env->isActive;
+}
+
+bool CAudioWrapper::isConfigurationDirty() {
+    platform::CSpinGuard hold(env->lock);
+    return isDirty;
+}
+
+void CAudioWrapper::applyConfiguration() {
+    bool isNew = false;
+    {
+        platform::CSpinGuard hold(env->lock);
+        isNew = std::exchange(isDirty, false);
+    }
+    if (isNew) publishLayout();
+    sortEvents();
+    exchange();
+    runEmptyBlock();
+    if (isNew) warmPools();
+}
+
+void CAudioWrapper::publishLayout() {
+    CPortFormat format;
+    {
+        platform::CSpinGuard hold(env->lock);
+        format.sampleRate = env->sampleRate;
+        layoutChannels = std::min(inFormat.channels + sideChainFormat.channels, kMaxChannels);
+    }
+    for (int i = 0; i < layoutChannels; i++) format.slots.push_back(CSlotFormat{i, 0, 0, 0});
+    layoutRate = format.sampleRate;
+    mainProcess->setExternalInput(0, format);
+}
+
+void CAudioWrapper::runEmptyBlock() {
+    for (int i = 0; i < layoutChannels; i++)
+        mainProcess->feedExternal(0, i, samplePool.takeZeroed(1), 1);
+    mainProcess->process();
+    outputProcess->process();
+    outputProcess->releaseInputs();
+}
+
+void CAudioWrapper::warmPools() {
+    const int channels = std::max(layoutChannels, intChannelCount);
+    samplePool.warm(kLongestSubBlock, channels * kBlocksPerChannel);
+    samplePool.warm(kDelayBlockSamples, channels * kDelayBlocksPerChannel);
+}
+
+void CAudioWrapper::drainControlWrites() {
+    if (!context->controlWrites.isEmpty()) context->controlWrites.drain();
+}
+
+void CAudioWrapper::onLatencyChanged() {
+    isLatencyChanged = true;
+    writeHostParam(*hostLatencyChange, 1.0);
+}
+
+// Formats
+
+void CAudioWrapper::setSampleRate(double rate) {
+    platform::CSpinGuard hold(env->lock);
+    if (rate == env->sampleRate) return;
+    env->sampleRate = rate;
+    isDirty = true;
+}
+
+void CAudioWrapper::setInputFormat(const CAudioBusFormat& main, const CAudioBusFormat& sideChain) {
+    platform::CSpinGuard holdBlocks(blockLock);
+    platform::CSpinGuard holdEnv(env->lock);
+    if (main.channels != inFormat.channels || sideChain.channels != sideChainFormat.channels)
+        isDirty = true;
+    inFormat = main;
+    sideChainFormat = sideChain;
+}
+
+void CAudioWrapper::setOutputFormat(const CAudioBusFormat& format) {
+    platform::CSpinGuard holdBlocks(blockLock);
+    platform::CSpinGuard holdEnv(env->lock);
+    if (format.channels != outFormat.channels) isDirty = true;
+    outFormat = format;
+}
+
+int CAudioWrapper::getInChannelCount() {
+    platform::CSpinGuard hold(env->lock);
+    return inFormat.channels;
+}
+
+int CAudioWrapper::getOutChannelCount() {
+    platform::CSpinGuard hold(env->lock);
+    return outFormat.channels;
+}
+
+int CAudioWrapper::getSideChainChannelCount() {
+    platform::CSpinGuard hold(env->lock);
+    return sideChainFormat.channels;
+}
+
+double CAudioWrapper::getSampleRate() {
+    platform::CSpinGuard hold(env->lock);
+    return env->sampleRate;
+}
+
+int CAudioWrapper::getLatency() const {
+    return env->latency;
+}
+
+// What the host tells of itself. These may run on the audio thread.
+
+void CAudioWrapper::writeHostParam(CAudioParam& param, double value) {
+    context->controlWrites.post(param, 0, value);
+}
+
+void CAudioWrapper::setOffline(bool isHostOffline) {
+    if (isHostOffline == isOffline) return;
+    isOffline = isHostOffline;
+    writeHostParam(*hostOffline, isOffline ? 1.0 : 0.0);
+    updateOversampling();
+}
+
+void CAudioWrapper::setTempo(double bpm) {
+    if (!useHostBpm || bpm == lastTempo) return;
+    lastTempo = bpm;
+    writeHostParam(*hostBpm, bpm);
+}
+
+void CAudioWrapper::setRecording(bool isHostRecording) {
+    if (!useHostRecording || isHostRecording == lastRecording) return;
+    lastRecording = isHostRecording;
+    writeHostParam(*hostRec, lastRecording ? 1.0 : 0.0);
+}
+
+/// The stores are read here, on a control thread, so that updateOversampling may run on any.
+void CAudioWrapper::readOversamplingSettings() {
+    CString level;
+    CAppDataGroup::get().getString(level, "oversampling-level", "1");
+    if (!level.parseInt(oversamplingLevel)) oversamplingLevel = 1;
+    CString force;
+    CAppDataLocal::get().getString(force, "force-auto-oversampling", "false");
+    forceAutoOversampling = isTrue(force);
+}
+
+void CAudioWrapper::updateOversampling() {
+    int mode = autoOversamplingRtMode - 1;
+    if (isOffline) {
+        const double rate = getSampleRate();
+        const int shift = rate < 72000.0 ? 1 : rate < 144000.0 ? 0 : -1;
+        const int level = std::clamp(std::clamp(oversamplingLevel, -8, 8) + shift, 0, 2);
+        mode = forceAutoOversampling ? -level : level;
+    }
+    if (mode == oversamplingMode) return;
+    oversamplingMode = mode;
+    writeHostParam(*hostOversamplingMode, mode);
+}
+
+// Window
+
+void CAudioWrapper::computeWindowSize(int& width, int& height) {
+    CAppDataLocal& store = CAppDataLocal::get();
+    CString useSystemScale;
+    store.getString(useSystemScale, "ui-scale-usesr", "true");
+    CString scale;
+    store.getString(scale, isTrue(useSystemScale) ? "ui-scale2" : "ui-scale", "1.0");
+    if (!scale.parseReal(visualScale)) visualScale = 1.0;
+
+    const auto scaled = [&](double size) {
+        return static_cast<int>(std::lround(size * visualScale));
+    };
+    {
+        CAudioParamGuard guard(*mainWindowSize);
+        const CAudioParamStorage& values = mainWindowSize->getValues();
+        width = scaled(values.read(0, 0, kDefaultWidth));
+        height = scaled(values.read(0, 1, kDefaultHeight));
+    }
+    const int minWidth = project->getAttrInt("min-window-width");
+    const int minHeight = project->getAttrInt("min-window-height");
+    if (minWidth > 0 && minHeight > 0) {
+        width = std::max(width, scaled(minWidth));
+        height = std::max(height, scaled(minHeight));
+    }
+}
+
+void CAudioWrapper::updateEditorSize() {
+    int width = 0;
+    int height = 0;
+    computeWindowSize(width, height);
+    if (width == windowWidth && height == windowHeight) return;
+    windowWidth = width;
+    windowHeight = height;
+    if (isInitialised) hostResizeEditor(width, height);
+}
+
+bool CAudioWrapper::hostResizeEditor(int, int) {
+    return false;
+}
+
+} // namespace lum

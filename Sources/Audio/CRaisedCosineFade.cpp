@@ -1,0 +1,29 @@
+#include "Audio/CRaisedCosineFade.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace lum {
+
+void CRaisedCosineFade::start(int length) {
+    double theta = std::numbers::pi / (length > 0 ? length : 1);
+    factor = 2.0 * std::cos(theta);
+    value = 0.5;
+    previous = 0.5 * std::sin(std::numbers::pi / 2.0 - theta);
+}
+
+void CRaisedCosineFade::mix(double* out, const double* oldSamples, const double* newSamples,
+                            int count) noexcept LUM_REALTIME {
+    double now = value;
+    double before = previous;
+    for (int i = 0; i < count; i++) {
+        out[i] = (0.5 - now) * newSamples[i] + (0.5 + now) * oldSamples[i];
+        double next = factor * now - before;
+        before = now;
+        now = next;
+    }
+    value = now;
+    previous = before;
+}
+
+} // namespace lum

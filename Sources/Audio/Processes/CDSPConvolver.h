@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Audio/Processes/CDSPConvStage.h"
+
+#include <memory>
+
+namespace lum {
+
+class CKernelPartitions;
+
+/// Convolution of one channel with a kernel, as an ordered list of stages. Delay: the block size of
+/// the first stage. All channels with one kernel share its spectra. Audio thread or set-up; the
+/// memory comes from the block pool.
+class CDSPConvolver : public CLumMemAllocator {
+public:
+    CDSPConvolver(CSampleBlockPool& pool, std::shared_ptr<const CKernelPartitions> sharedKernel);
+    /// Divides and transforms a kernel of its own.
+    CDSPConvolver(CSampleBlockPool& pool, int minBlock, const double* kernel, int kernelLength);
+
+    void requestReset() LUM_REALTIME;
+    /// in, out: [count] samples, different arrays. Without stages the output is silence.
+    void process(const double* in, double* out, int count) LUM_REALTIME;
+    int getStageCount() const { return stages.ssize(); }
+
+private:
+    std::shared_ptr<const CKernelPartitions> kernel;
+    CVector<CDSPConvStage, 2> stages;
+};
+
+} // namespace lum

@@ -1,0 +1,99 @@
+#include "Audio/Transform/VectorCodeSets.h"
+
+#if defined(__x86_64__)
+
+#include "Audio/Transform/SpectrumLoops.h"
+#include "Audio/Transform/TransformPasses.h"
+
+#include <immintrin.h>
+
+namespace lum {
+
+namespace {
+
+/// Four lanes in an AVX2 register, with fused multiply-adds. In this namespace without a name, so
+/// that no function compiled for AVX2 is ever linked into code for other processors.
+struct CVec4 {
+    __m256d v;
+
+    static CVec4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+    void store(double* p) const { _mm256_storeu_pd(p, v); }
+    static CVec4 broadcast(double x) { return {_mm256_set1_pd(x)}; }
+    friend CVec4 operator+(CVec4 a, CVec4 b) { return {_mm256_add_pd(a.v, b.v)}; }
+    friend CVec4 operator-(CVec4 a, CVec4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+    friend CVec4 operator*(CVec4 a, CVec4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+    CVec4 operator-() const { return {_mm256_xor_pd(v, _mm256_set1_pd(-0.0))}; }
+    friend CVec4 mulAdd(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fmadd_pd(a.v, b.v, c.v)}; }
+    friend CVec4 mulSub(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fmsub_pd(a.v, b.v, c.v)}; }
+    friend CVec4 negMulAdd(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fnmadd_pd(a.v, b.v, c.v)}; }
+
+    static void loadPairs(const double* p, CVec4& re, CVec4& im) {
+        const __m256d first = _mm256_loadu_pd(p), second = _mm256_loadu_pd(p + 4);
+        re.v = _mm256_unpacklo_pd(first, second); // points 0, 2, 1, 3
+        im.v = _mm256_unpackhi_pd(first, second);
+    }
+    static void storePairs(double* p, CVec4 re, CVec4 im) {
+        _mm256_storeu_pd(p, _mm256_unpacklo_pd(re.v, im.v));
+        _mm256_storeu_pd(p + 4, _mm256_unpackhi_pd(re.v, im.v));
+    }
+    static void loadPairsReversed(const double* p, CVec4& re, CVec4& im) {
+        const __m256d first = swapHalves(_mm256_loadu_pd(p + 4)); // points 0, 1
+        const __m256d second = swapHalves(_mm256_loadu_pd(p));    // points 2, 3
+        re.v = _mm256_unpacklo_pd(first, second);
+        im.v = _mm256_unpackhi_pd(first, second);
+    }
+    static void storePairsReversed(double* p, CVec4 re, CVec4 im) {
+        _mm256_storeu_pd(p, swapHalves(_mm256_unpackhi_pd(re.v, im.v)));
+        _mm256_storeu_pd(p + 4, swapHalves(_mm256_unpacklo_pd(re.v, im.v)));
+    }
+    /// Lane l of the four rows goes to the block of point l: 0, 2, 1, 3.
+    static void storeTransposed(double* p, CVec4 a, CVec4 b, CVec4 c, CVec4 d) {
+        const __m256d ab0 = _mm256_unpacklo_pd(a.v, b.v), ab1 = _mm256_unpackhi_pd(a.v, b.v);
+        const __m256d cd0 = _mm256_unpacklo_pd(c.v, d.v), cd1 = _mm256_unpackhi_pd(c.v, d.v);
+        _mm256_storeu_pd(p, _mm256_permute2f128_pd(ab0, cd0, 0x20));
+        _mm256_storeu_pd(p + 8, _mm256_permute2f128_pd(ab0, cd0, 0x31));
+        _mm256_storeu_pd(p + 16, _mm256_permute2f128_pd(ab1, cd1, 0x20));
+        _mm256_storeu_pd(p + 24, _mm256_permute2f128_pd(ab1, cd1, 0x31));
+    }
+    static void loadTransposed(const double* p, CVec4& a, CVec4& b, CVec4& c, CVec4& d) {
+        const __m256d r0 = _mm256_loadu_pd(p), r1 = _mm256_loadu_pd(p + 16);
+        const __m256d r2 = _mm256_loadu_pd(p + 8), r3 = _mm256_loadu_pd(p + 24);
+        const __m256d low0 = _mm256_permute2f128_pd(r0, r2, 0x20); // a0 b0 a2 b2
+        const __m256d low1 = _mm256_permute2f128_pd(r1, r3, 0x20);
+        const __m256d high0 = _mm256_permute2f128_pd(r0, r2, 0x31);
+        const __m256d high1 = _mm256_permute2f128_pd(r1, r3, 0x31);
+        a.v = _mm256_unpacklo_pd(low0, low1);
+        b.v = _mm256_unpackhi_pd(low0, low1);
+        c.v = _mm256_unpacklo_pd(high0, high1);
+        d.v = _mm256_unpackhi_pd(high0, high1);
+    }
+    /// Points q..q+3 backwards and one on: lanes of points 0, 2, 3, 1 with 0 out of `before`.
+    static CVec4 mirror(CVec4 a, CVec4 before) { return withFirst(a, before).unmirrored(); }
+    CVec4 unmirrored() const { return {_mm256_permute_pd(v, 0b0110)}; }
+    static CVec4 withFirst(CVec4 a, CVec4 first) { return {_mm256_blend_pd(a.v, first.v, 1)}; }
+    CVec4 reversed() const { return {_mm256_permute4x64_pd(v, 0x1b)}; }
+    static CVec4 firstLanes(CVec4 a, CVec4 b, CVec4 c, CVec4 d) {
+        const __m256d ab = _mm256_unpacklo_pd(a.v, b.v), cd = _mm256_unpacklo_pd(c.v, d.v);
+        return {_mm256_permute2f128_pd(ab, cd, 0x20)};
+    }
+
+private:
+    static __m256d swapHalves(__m256d a) { return _mm256_permute2f128_pd(a, a, 0x01); }
+};
+
+using CPasses = CTransform<CVec4>;
+using CPacked = CPackedLayout<CVec4>;
+using CBlocked = CBlockedLayout<CVec4>;
+using CLoops = CSpectrumLoops<CVec4>;
+
+} // namespace
+
+const CVectorCode kVectorCodeAvx2 = {
+    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
+    &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
+    &CLoops::sumProducts,        &CLoops::addRows,           &CLoops::dotProduct,
+};
+
+} // namespace lum
+
+#endif

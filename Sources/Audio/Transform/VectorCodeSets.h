@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Audio/Transform/VectorCode.h"
+
+/// One set of inner loops per instruction set, each made in a file of its own from the shared
+/// algorithms of TransformPasses.h and SpectrumLoops.h.
+namespace lum {
+
+extern const CVectorCode kVectorCodePlain;
+#if defined(__x86_64__)
+extern const CVectorCode kVectorCodeAvx2; // runs only where the processor has AVX2 and FMA
+#endif
+
+} // namespace lum

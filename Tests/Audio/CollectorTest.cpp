@@ -1,0 +1,301 @@
+#include "Audio/CAudioParamRegistryBase.h"
+#include "Audio/CAudioParamRemapDef.h"
+#include "Audio/ParamFixture.h"
+
+#include <atomic>
+#include <functional>
+#include <random>
+#include <thread>
+
+using namespace lum;
+
+namespace {
+
+using CValueList = std::vector<double>;
+
+class Collector : public CParamFixture {
+protected:
+    static void apply(CAudioParam& param, int group, int first, const CValueList& values,
+                      bool isTruncating = false, CAudioParamBatch* batch = nullptr) {
+        CChangeContext context;
+        context.batch = batch;
+        param.applyChange(
+            floatChange(param.getValues().getFormat(), group, first, values, isTruncating),
+            context);
+    }
+    static void expectSame(const CAudioParamStorage& a, const CAudioParamStorage& b) {
+        ASSERT_EQ(a.getGroupCount(), b.getGroupCount());
+        for (int g = 0; g < a.getGroupCount(); g++) {
+            ASSERT_EQ(a.getElementCount(g), b.getElementCount(g)) << g;
+            for (int i = 0; i < a.getElementCount(g); i++) {
+                ASSERT_EQ(a.readString(g, i), b.readString(g, i)) << g << " " << i;
+                if (!a.getFormat().isFloat()) continue; // ids differ
+                ASSERT_EQ(a.read(g, i), b.read(g, i)) << g << " " << i;
+            }
+        }
+    }
+};
+
+TEST_F(Collector, namesResolveAgainstTheProcess) {
+    const struct {
+        const char *base, *name, *result;
+    } cases[] = {{"a.b.c", "^^x", "a.x"}, {"a.b.c", "^", "a.b"},         {"a.b.c", ".x", "a.b.c.x"},
+                 {"a.b.c", "/x", "x"},    {"a.b.c", "x.y", "a.b.c.x.y"}, {"a", "^", ""},
+                 {"a.b", "", "a.b"},      {"a.b.c", "^.x", "a.b.x"}};
+    for (const auto& c : cases) EXPECT_EQ(resolveParamName(c.base, c.name), c.result) << c.name;
+}
+
+TEST_F(Collector, remapsAreFollowedToTheEndAndRingsEnd) {
+    collector->addRemap("a", "b");
+    collector->addRemap("b", "c");
+    collector->addRemap("self", "self");
+    EXPECT_EQ(collector->getParam("a").getName(), "c");
+    EXPECT_EQ(&collector->getParam("a"), &collector->getParamDirect("c"));
+    EXPECT_EQ(collector->getParamDirect("a").getName(), "a");
+    EXPECT_TRUE(collector->isRedirected("a"));
+    EXPECT_FALSE(collector->isRedirected("c") || collector->isRedirected("self"));
+    collector->addRemap("c", "a");
+    collector->getParam("a"); // comes back
+}
+
+TEST_F(Collector, remapDefinitionsReadStatements) {
+    const struct {
+        const char *original, *replacement, *content, *message;
+    } cases[] = {
+        {"routing", "^io.in", nullptr, ""},
+        {"", "", "fir.points = gains; fir.count = bands;\n", ""},
+        {"", "", "a=b c=d", ""},
+        {"", "", "enable", "Invalid remapping string 'enable' defined."},
+        {"", "", nullptr, "No remappings defined."},
+    };
+    for (const auto& c : cases) {
+        CAudioParamRemapDef* definition = nullptr;
+        CObject* content = nullptr;
+        CObject* child = nullptr;
+        ASSERT_FALSE(root->createChild(child, "audio:param-remap", "remap", false));
+        definition = dynamic_cast<CAudioParamRemapDef*>(child);
+        ASSERT_FALSE(definition->setAttr("orig", c.original, true));
+        ASSERT_FALSE(definition->setAttr("new", c.replacement, true));
+        ASSERT_FALSE(definition->init());
+        if (c.content) {
+            ASSERT_FALSE(
+                create(*definition, content, "content", "content", {{"value", c.content}}));
+        }
+        EXPECT_EQ(definition->initDone().line(0), c.message);
+        if (!c.message[0] && c.content) {
+            ASSERT_EQ(definition->pairs.size(), 2u);
+            EXPECT_EQ(definition->pairs[1].replacement, c.content[1] == '=' ? "d" : "bands");
+        }
+    }
+}
+
+TEST_F(Collector, queuedChangesMergeOnlyWhileNothingRuns) {
+    CAudioParam& param = bound("p", infoOf({}));
+    CAudioParam& other = bound("q", infoOf({}));
+    collector->takePendingChanges();
+    apply(param, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10});
+    apply(other, 0, 0, {5});
+    apply(param, 0, 3, {0.5});
+    apply(param, 0, 4, {0.5});
+    EXPECT_EQ(collector->countPendingChanges(), 2);
+    apply(param, 0, 0, {3, 4}, true);
+    EXPECT_EQ(collector->countPendingChanges(), 2);
+    collector->takePendingChanges();
+    EXPECT_EQ(groupOf(param.getAudioValues(), 0), (CValueList{3, 4}));
+    env->isActive = true;
+    apply(param, 0, 0, {1});
+    apply(param, 0, 1, {1});
+    EXPECT_EQ(collector->countPendingChanges(), 2);
+}
+
+/// Whatever merges on the way, the audio side ends with the values of the control side.
+TEST_F(Collector, randomChangesReachTheAudioSideWhateverMerges) {
+    std::mt19937 random(77);
+    CAudioParam& number = bound("number", infoOf({}));
+    CAudioParam& text = bound("text", textInfo());
+    for (int round = 0; round < 400; round++) {
+        std::unique_ptr<CAudioParamBatch> batch;
+        for (int i = 0; i < 8; i++) {
+            if (random() % 4 == 0) batch = std::make_unique<CAudioParamBatch>(*collector);
+            if (random() % 4 == 0) batch.reset();
+            int group = static_cast<int>(random() % 2), first = static_cast<int>(random() % 10);
+            CValueList values(random() % 5, round * 10.0 + i);
+            apply(number, group, first, values, random() % 3 == 0, batch.get());
+            text.setString(group, first, std::to_string(round * 10 + i).c_str(), nullptr);
+            if (random() % 30 == 0)
+                number.applyChange(
+                    CAudioParamChange::ofDefaults(number.getInfo()->defaults, nullptr), {});
+        }
+        batch.reset();
+        env->isActive = random() % 2 == 0;
+        if (random() % 2 == 0) continue;
+        collector->takePendingChanges();
+        expectSame(text.getValues(), text.getAudioValues());
+    }
+}
+
+TEST_F(Collector, listenersHearOfTheirGroupAndElement) {
+    const struct {
+        bool isSingleGroup, isSingleElement, isTruncating;
+        int changeGroup, first, count, nodeGroup, nodeElement;
+        bool isHeard;
+        uint32_t mask;
+    } cases[] = {
+        {false, false, false, 1, 0, 1, 2, -1, false, 0},
+        {false, false, false, 2, 0, 1, 2, -1, true, 4},
+        {false, false, false, 2, 0, 1, -1, -1, true, 4},
+        {true, false, false, 0, 0, 1, 2, -1, true, 1},
+        {true, false, false, 1, 0, 1, 2, -1, false, 0},
+        {false, false, false, 0, 0, 2, -1, 2, false, 0},
+        {false, false, true, 0, 0, 2, -1, 2, true, 1},
+        {false, false, true, 0, 3, 1, -1, 2, false, 0},
+        {false, true, false, 0, 0, 1, -1, 7, true, 1},
+        {false, false, false, kDefinitionGroup, 0, 1, 5, 9, true, 0xFFFFFFFF},
+    };
+    for (const auto& c : cases) {
+        CAudioParam& param =
+            bound("p", infoOf({{"is-single-group", c.isSingleGroup ? "1" : "0"},
+                               {"is-single-element", c.isSingleElement ? "1" : "0"},
+                               {"def-values", "1,1,1,1"}}));
+        collector->takePendingChanges();
+        const CAudioParamStorage* storage = nullptr;
+        uint8_t dirty = 0;
+        uint32_t mask = 99;
+        CAudioListenerNode* node =
+            collector->addAudioListener(param, storage, &dirty, &mask, c.nodeGroup, c.nodeElement);
+        EXPECT_EQ(storage, &param.getAudioValues());
+        EXPECT_EQ(mask, c.nodeGroup == -1 ? 1u : 0u); // one group is there
+        mask = 0;
+        apply(param, c.changeGroup, c.first, CValueList(static_cast<size_t>(c.count), 2.0),
+              c.isTruncating);
+        EXPECT_EQ(dirty, 0);
+        collector->takePendingChanges();
+        EXPECT_EQ(dirty, c.isHeard ? 1 : 0) << &c - cases;
+        EXPECT_EQ(mask, c.mask) << &c - cases;
+        collector->removeAudioListener(node);
+    }
+}
+
+TEST_F(Collector, listenersComeAndGoInAnyNumber) {
+    CAudioParam& param = bound("p", infoOf({}));
+    const CAudioParamStorage* storage = nullptr;
+    std::vector<uint8_t> dirty(500);
+    std::vector<uint32_t> masks(500);
+    std::vector<CAudioListenerNode*> nodes;
+    for (size_t i = 0; i < dirty.size(); i++)
+        nodes.push_back(collector->addAudioListener(param, storage, &dirty[i], &masks[i], -1, -1));
+    for (size_t i = 0; i < nodes.size(); i += 3) collector->removeAudioListener(nodes[i]);
+    collector->takePendingChanges();
+    for (size_t i = 0; i < dirty.size(); i++) EXPECT_EQ(dirty[i], i % 3 == 0 ? 0 : 1);
+}
+
+struct CCallLog : CDeferredCallTarget {
+    void onDeferredCall(int32_t argument, double) override {
+        log.push_back(argument);
+        if (next) next();
+    }
+    std::vector<int32_t> log;
+    std::function<void()> next;
+};
+
+TEST_F(Collector, deferredCallsWaitForTheLastGuardAndBatch) {
+    CAudioParam& param = collector->getParam("p");
+    CCallLog calls, gone;
+    {
+        CAudioParamBatch batch(*collector);
+        {
+            CAudioParamGuard outer(param);
+            CAudioParamGuard inner(param);
+            collector->deferCall(calls, 1, 0.0);
+            collector->deferCall(gone, 9, 0.0);
+            collector->deferCall(calls, 2, 0.0);
+        }
+        EXPECT_TRUE(calls.log.empty());
+        collector->cancelDeferredCalls(gone);
+        calls.next = [&] { CAudioParamGuard again(param); };
+    }
+    collector->deferCall(calls, 3, 0.0);
+    EXPECT_EQ(calls.log, (std::vector<int32_t>{1, 2, 3}));
+    EXPECT_TRUE(gone.log.empty());
+}
+
+struct CFakeRegistry : CAudioParamRegistryBase {
+    CFakeRegistry(const char* prefix, bool isSelecting, std::string& sharedLog)
+        : hierarchy(prefix), enumerated(isSelecting), log(sharedLog) {}
+    CString getRegistryName() const override { return hierarchy; }
+    const CString& getHierarchy() const override { return hierarchy; }
+    bool isEnumerated() const override { return enumerated; }
+    bool offerParam(CAudioParam& param) override {
+        bool isTaken = param.getName().startsWith(hierarchy.text8());
+        if (isTaken) log += hierarchy.toUtf8() + "<" + param.getName().toUtf8() + " ";
+        return isTaken;
+    }
+    void onCollectorStarted() override { log += "start "; }
+    void onSelectingParamChanged(CAudioParam&, const CAudioParamChange& change,
+                                 const CChangeContext&) override {
+        log += "select" + std::to_string(change.group) + " ";
+    }
+    CString hierarchy;
+    bool enumerated;
+    std::string& log;
+};
+
+TEST_F(Collector, parametersAreOfferedToTheLongestHierarchyFirst) {
+    std::string log;
+    CFakeRegistry wide("p.", false, log), narrow("p.io.", false, log),
+        enumerated("p.e.", true, log);
+    for (auto* registry : {&wide, &narrow, &enumerated}) collector->addRegistry(*registry);
+    collector->getParam("p.e.x");
+    collector->getParam("p.io.y");
+    EXPECT_EQ(log, "");
+    collector->start();
+    collector->start();
+    EXPECT_EQ(log, "p.e.<p.e.x p.io.<p.io.y p.<p.io.y start start start ");
+    log.clear();
+    CAudioParam& selecting = collector->getParam("p.z");
+    selecting.bind(infoOf({{"param-registry", "p.e."}}), {});
+    EXPECT_EQ(log, "p.<p.z select9999 ");
+}
+
+/// Control threads write while the audio thread takes; in the end both sides agree.
+TEST_F(Collector, threadsAgreeInTheEnd) {
+    constexpr int kThreads = 3, kRounds = 1500;
+    std::vector<const CAudioParamInfo*> infos{
+        &infoOf({{"def-values", "1,2"}}), &textInfo(),
+        &infoOf({{"data-type", "raw"}, {"converter", "shared::text"}})};
+    for (int i = 0; i < kThreads; i++) bound(infos[i]->fullName.toUtf8().c_str(), *infos[i]);
+    CByteBuffer palette;
+    palette.resize(10000);
+    std::memset(palette.data(), 7, palette.size());
+    std::atomic<int> running{kThreads};
+    std::vector<std::thread> writers;
+    for (int t = 0; t < kThreads; t++)
+        writers.emplace_back([&, t] {
+            for (int i = 0; i < kRounds; i++) {
+                std::string fresh = "fresh" + std::to_string((i * 7 + t) % 90);
+                collector->getParam(fresh.c_str());
+                CAudioParam& number = collector->getParam(infos[0]->fullName);
+                CAudioParam& text = collector->getParam(infos[1]->fullName);
+                CAudioParam& raw = collector->getParam(infos[2]->fullName);
+                CAudioParamBatch batch(*collector);
+                apply(number, t, i % 7, {double(i)}, i % 11 == 0, i % 3 ? nullptr : &batch);
+                text.setString(t, i % 3, fresh.c_str(), nullptr);
+                if (i % 20 == 0) raw.setRaw(0, 0, palette, nullptr);
+                if (i % 50 == 0) {
+                    platform::CSpinGuard hold(env->lock);
+                    env->isActive = !env->isActive;
+                }
+            }
+            running--;
+        });
+    while (running > 0) collector->takePendingChanges();
+    for (std::thread& writer : writers) writer.join();
+    collector->takePendingChanges();
+    for (int i = 0; i < 2; i++) {
+        CAudioParam& param = collector->getParam(infos[i]->fullName);
+        expectSame(param.getValues(), param.getAudioValues());
+    }
+    EXPECT_EQ(collector->getParam(infos[2]->fullName).getAudioValues().readRaw(0, 0), palette);
+}
+
+} // namespace

@@ -1,0 +1,101 @@
+#include "Host/HostedPlugin.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+
+using namespace lum::vst;
+
+namespace {
+
+size_t countEntries(const char* folder) {
+    size_t count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        (void)entry;
+        count++;
+    }
+    return count;
+}
+
+/// Resident memory of this process in kilobytes.
+long residentKilobytes() {
+    std::FILE* file = std::fopen("/proc/self/statm", "r");
+    long total = 0;
+    long resident = 0;
+    const int read = std::fscanf(file, "%ld %ld", &total, &resident);
+    std::fclose(file);
+    return read == 2 ? resident * 4 : 0;
+}
+
+void loadAndUnload(bool isClosed) {
+    if (isClosed) {
+        Instance instance;
+        instance.open(48000);
+        instance.set(4, 0.9F);
+        render(instance, noise<float>(8, 2000));
+    } else {
+        PluginFile file;
+        file.entry()(&HostModel::callback);
+    }
+}
+
+} // namespace
+
+TEST(Module, theOldEntryIsTheFilesOwn) {
+    PluginFile file;
+    Dl_info info = {};
+    void* found = reinterpret_cast<void*>(file.entry(kOldEntryName));
+    ASSERT_NE(found, nullptr);
+    ASSERT_NE(dladdr(found, &info), 0);
+    EXPECT_NE(std::string(info.dli_fname).find("SorrelGEQ.so"), std::string::npos);
+    Instance instance(kOldEntryName);
+    ASSERT_NE(instance.effect, nullptr);
+    instance.open(44100);
+    EXPECT_EQ(instance.effect->initialDelay, 392);
+}
+
+TEST(Module, onlyTheTwoEntriesAreExported) {
+    std::FILE* pipe = popen("nm -D --defined-only '" LUM_PLUGIN "'", "r");
+    ASSERT_NE(pipe, nullptr);
+    std::vector<std::string> names;
+    char line[512];
+    while (std::fgets(line, sizeof line, pipe)) {
+        std::string text = line;
+        text.erase(std::remove(text.begin(), text.end(), '\n'), text.end());
+        names.push_back(text.substr(text.rfind(' ') + 1));
+    }
+    pclose(pipe);
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"VSTPluginMain", "main"}));
+}
+
+TEST(Module, loadingAndUnloadingLeavesNothingBehind) {
+    for (int i = 0; i < 5; i++) loadAndUnload(true);
+    EXPECT_FALSE(PluginFile::isStillMapped());
+    const size_t threads = countEntries("/proc/self/task");
+    const size_t descriptors = countEntries("/proc/self/fd");
+    const long memory = residentKilobytes();
+    for (int i = 0; i < 50; i++) loadAndUnload(true);
+    EXPECT_FALSE(PluginFile::isStillMapped());
+    EXPECT_EQ(countEntries("/proc/self/task"), threads);
+    EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
+    EXPECT_LE(residentKilobytes() - memory, 2000) << "kilobytes grown over 50 cycles";
+}
+
+TEST(Module, aForgottenInstanceSurvivesTheUnloading) {
+    const size_t threads = countEntries("/proc/self/task");
+    for (int i = 0; i < 3; i++) loadAndUnload(false);
+    EXPECT_EQ(countEntries("/proc/self/task"), threads);
+    EXPECT_FALSE(PluginFile::isStillMapped());
+}
+
+TEST(Module, instancesDoNotShareTheirValues) {
+    Instance one;
+    Instance two;
+    one.set(1, 1.0F);
+    EXPECT_FLOAT_EQ(two.effect->getParameter(two.effect, 1), 0.5F);
+    one.open(44100);
+    two.open(96000);
+    EXPECT_EQ(one.effect->initialDelay, 392);
+    EXPECT_EQ(two.effect->initialDelay, 703);
+}
