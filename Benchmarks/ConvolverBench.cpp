@@ -1,0 +1,184 @@
+// The convolution's inner loops against their plain twins, one channel of the convolver against an
+// overlap-save on FFTW, and the making of a kernel.
+#include "Audio/Filters/CAudioFilterFIRSplineGen.h"
+#include "Audio/Filters/CDSPFIREQ.h"
+#include "Audio/Processes/CDSPConvolver.h"
+#include "Audio/Processes/CKernelPartitions.h"
+#include "Audio/Transform/CFFTPlan.h"
+#include "Audio/Transform/VectorCode.h"
+#include "BenchHarness.h"
+
+#include <cstring>
+#include <fftw3.h>
+
+using namespace lum;
+using namespace lum::bench;
+
+namespace {
+
+constexpr int kBlock = 128; // samples a host block
+
+std::vector<double> noise(size_t count, unsigned state) {
+    std::vector<double> data(count);
+    for (double& value : data) {
+        state = state * 1664525u + 1013904223u;
+        value = static_cast<double>(state) * 0x1p-31 - 1.0;
+    }
+    return data;
+}
+
+/// Uniformly partitioned overlap-save as one would write it with FFTW: transforms of two blocks,
+/// PATIENT plans, spectra of past blocks, a plain product loop.
+class COverlapSave {
+public:
+    COverlapSave(const std::vector<double>& kernel, unsigned flags)
+        : partitions((kernel.size() + kBlock - 1) / kBlock) {
+        time = fftw_alloc_real(kSize);
+        product = fftw_alloc_complex(kBins);
+        there = fftw_plan_dft_r2c_1d(kSize, time, product, flags);
+        back = fftw_plan_dft_c2r_1d(kSize, product, time, flags);
+        for (size_t p = 0; p < partitions; p++) {
+            std::fill_n(time, kSize, 0.0);
+            for (size_t i = 0; i < kBlock && p * kBlock + i < kernel.size(); i++)
+                time[i] = kernel[p * kBlock + i] / kSize;
+            fftw_execute(there);
+            responses.push_back(fftw_alloc_complex(kBins));
+            std::memcpy(responses.back(), product, sizeof(fftw_complex) * kBins);
+            history.push_back(fftw_alloc_complex(kBins));
+            std::memset(history.back(), 0, sizeof(fftw_complex) * kBins);
+        }
+    }
+    void process(const double* in, double* out) {
+        std::memcpy(time, before, sizeof before);
+        std::memcpy(time + kBlock, in, sizeof before);
+        std::memcpy(before, in, sizeof before);
+        newest = (newest + partitions - 1) % partitions;
+        fftw_execute_dft_r2c(there, time, history[newest]);
+        std::memset(product, 0, sizeof(fftw_complex) * kBins);
+        for (size_t p = 0; p < partitions; p++) {
+            const fftw_complex* x = history[(newest + p) % partitions];
+            const fftw_complex* h = responses[p];
+            for (size_t k = 0; k < kBins; k++) {
+                product[k][0] += x[k][0] * h[k][0] - x[k][1] * h[k][1];
+                product[k][1] += x[k][0] * h[k][1] + x[k][1] * h[k][0];
+            }
+        }
+        fftw_execute(back);
+        std::memcpy(out, time + kBlock, sizeof before);
+    }
+
+private:
+    static constexpr int kSize = 2 * kBlock, kBins = kBlock + 1;
+    size_t partitions, newest = 0;
+    double before[kBlock] = {};
+    double* time;
+    fftw_complex* product;
+    std::vector<fftw_complex*> responses, history;
+    fftw_plan there, back;
+};
+
+void benchProducts() {
+    constexpr int kPartitions = 5, kOrder = 8, kSize = (1 << kOrder) + 8;
+    std::vector<std::vector<double>> a, b;
+    std::vector<const double*> as, bs;
+    for (unsigned j = 0; j < kPartitions; j++) {
+        a.push_back(noise(kSize, j + 1));
+        b.push_back(noise(kSize, j + 101));
+        as.push_back(a[j].data());
+        bs.push_back(b[j].data());
+    }
+    std::vector<double> out(kSize), packed(kSize);
+    const CVectorCode& best = vectorCodeOf(platform::cpuLevel());
+    const CVectorCode& plain = vectorCodeOf(platform::CpuLevel::Plain);
+    auto interleaved = [&] {
+        for (int j = 0; j < kPartitions; j++)
+            for (int k = 0; k < kSize - 8; k += 2) {
+                packed[k] += as[j][k] * bs[j][k] - as[j][k + 1] * bs[j][k + 1];
+                packed[k + 1] += as[j][k] * bs[j][k + 1] + as[j][k + 1] * bs[j][k];
+            }
+        keep(packed.data());
+    };
+    std::vector<CContestant> all = {
+        {"loop over interleaved bins", interleaved},
+        {"addProductComplex",
+         [&] {
+             for (int j = 0; j < kPartitions; j++)
+                 best.addProductComplex(as[j], bs[j], packed.data(), (kSize - 8) / 2);
+             keep(packed.data());
+         }},
+        {"sumProducts, plain",
+         [&] {
+             plain.sumProducts(as.data(), bs.data(), kPartitions, out.data(), kSize);
+             keep(out.data());
+         }},
+        {"sumProducts", [&] {
+             best.sumProducts(as.data(), bs.data(), kPartitions, out.data(), kSize);
+             keep(out.data());
+         }}};
+    compare(all);
+    std::printf("\nMultiply-accumulate of %d partitions at order %d, ns\n", kPartitions, kOrder);
+    for (const CContestant& c : all)
+        std::printf("  %-28s %8.0f  (%.2f of the loop)\n", c.name.c_str(), c.median,
+                    c.median / all[0].median);
+}
+
+void benchConvolver(int taps, unsigned flags) {
+    std::vector<double> kernel = noise(static_cast<size_t>(taps), 5);
+    for (double& tap : kernel) tap /= taps;
+    const std::vector<double> in = noise(kBlock * 64, 6);
+    std::vector<double> out(kBlock), want(kBlock);
+    COverlapSave reference(kernel, flags);
+    CSampleBlockPool pool;
+    CDSPConvolver ours(pool, kBlock, kernel.data(), taps);
+    size_t atOurs = 0, atReference = 0;
+    auto next = [&](size_t& at) { return in.data() + kBlock * (at++ % 64); };
+    std::vector<CContestant> all = {{"FFTW",
+                                     [&] {
+                                         reference.process(next(atReference), want.data());
+                                         keep(want.data());
+                                     }},
+                                    {"ours", [&] {
+                                         ours.process(next(atOurs), out.data(), kBlock);
+                                         keep(out.data());
+                                     }}};
+    compare(all, 60);
+    const double base = all[0].median / kBlock, mine = all[1].median / kBlock;
+    std::printf("  %5d taps  %8.2f %8.2f  (%.2f)\n", taps, base, mine, mine / base);
+}
+
+void benchDesign(double rate) {
+    CDSPFIREQ& design = CDSPFIREQ::get(rate, 0.012 * rate, 256, 20.0, 20000.0, true);
+    std::vector<double> gains(256, 1.0), kernel(static_cast<size_t>(design.getKernelLength()));
+    double value = 1.0;
+    auto make = [&](int from, int to) {
+        value += 1e-9;
+        std::fill(gains.begin() + from, gains.begin() + to, value);
+        design.makeKernel(gains.data(), kernel.data(), false, 0);
+    };
+    CSampleBlockPool pool;
+    std::vector<CContestant> all = {
+        {"all gains move", [&] { make(0, 256); }},
+        {"one band of 16 moves", [&] { make(100, 168); }},
+        {"nothing moves", [&] { design.makeKernel(gains.data(), kernel.data(), false, 0); }},
+        {"division and transforms", [&] {
+             keep(CKernelPartitions::make(pool, kBlock, kernel.data(), design.getKernelLength())
+                      .get());
+         }}};
+    compare(all, 40);
+    std::printf("  %6.0f Hz", rate);
+    for (const CContestant& c : all) std::printf("  %s %.1f", c.name.c_str(), c.median / 1000.0);
+    std::puts("");
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const unsigned flags =
+        argc > 1 && std::strcmp(argv[1], "--quick") == 0 ? FFTW_MEASURE : FFTW_PATIENT;
+    pinToOneCore();
+    benchProducts();
+    std::puts("\nOne channel, host blocks of 128, ns a sample: overlap-save on FFTW, ours, ratio");
+    for (int taps : {529, 1151, 2303}) benchConvolver(taps, flags);
+    std::puts("\nOne kernel, microseconds");
+    for (double rate : {44100.0, 96000.0, 192000.0}) benchDesign(rate);
+}

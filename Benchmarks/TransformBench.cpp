@@ -1,0 +1,111 @@
+// Forward plus inverse real transform, 64-bit, against FFTW (PATIENT, out of place) in one run.
+#include "Audio/Transform/CFFTPlan.h"
+#include "Audio/Transform/VectorCode.h"
+#include "BenchHarness.h"
+
+#include <cstring>
+#include <fftw3.h>
+
+using namespace lum;
+using namespace lum::bench;
+
+namespace {
+
+double* makeNoise(int size) {
+    double* data = fftw_alloc_real(static_cast<size_t>(size) + 16);
+    unsigned state = 1;
+    for (int i = 0; i < size + 16; i++) {
+        state = state * 1664525u + 1013904223u;
+        data[i] = static_cast<double>(state) * 0x1p-31 - 1.0;
+    }
+    return data;
+}
+
+/// FFTW's own round trip, out of place both ways.
+struct CReference {
+    explicit CReference(int n, unsigned flags)
+        : size(n),
+          time(makeNoise(n)),
+          bins(fftw_alloc_complex(static_cast<size_t>(n) / 2 + 1)),
+          back(makeNoise(n)),
+          there(fftw_plan_dft_r2c_1d(n, time, bins, flags)),
+          home(fftw_plan_dft_c2r_1d(n, bins, back, flags)) {}
+    void run() {
+        fftw_execute(there);
+        fftw_execute(home);
+    }
+    int size;
+    double* time;
+    fftw_complex* bins;
+    double* back;
+    fftw_plan there, home;
+};
+
+double makeTimeMs(int order) {
+    CFFTPlan::finishService(); // so that the tables are made anew
+    const auto start = Clock::now();
+    CFFTPlan* plan = CFFTPlan::acquire(order);
+    const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    CFFTPlan::release(plan);
+    return ms;
+}
+
+/// The data is made anew now and then: round trips without scaling would run into infinity.
+struct COurs {
+    explicit COurs(int order)
+        : plan(CFFTPlan::acquire(order)),
+          fresh(makeNoise(plan->getSize())),
+          data(makeNoise(plan->getSize())),
+          spectrum(makeNoise(plan->getSize())) {}
+    void packed() {
+        if (++runs % 32 == 0)
+            std::memcpy(data, fresh, sizeof(double) * static_cast<size_t>(plan->getSize()));
+        plan->forward(data);
+        plan->inverse(data);
+        keep(data);
+    }
+    void blocked() {
+        plan->forwardBlocked(fresh, spectrum);
+        plan->inverseBlocked(spectrum, data);
+        keep(data);
+    }
+    CFFTPlan* plan;
+    double* fresh;
+    double* data;
+    double* spectrum;
+    int runs = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const bool isQuick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+    pinToOneCore();
+    std::puts("Forward + inverse real transform, ns (ratio to FFTW)");
+    std::printf("%5s %9s %16s %16s %16s %9s\n", "order", "FFTW", "packed", "blocked", "plain",
+                "plan ms");
+    double logSum = 0.0;
+    for (int order = CFFTPlan::kMinOrder; order <= CFFTPlan::kMaxOrder; order++) {
+        const double planMs = makeTimeMs(order);
+        CReference reference(1 << order, isQuick ? FFTW_MEASURE : FFTW_PATIENT);
+        COurs ours(order);
+        auto withCode = [&](platform::CpuLevel level, auto body) {
+            selectVectorCode(level);
+            body();
+        };
+        const platform::CpuLevel best = platform::cpuLevel();
+        std::vector<CContestant> all = {
+            {"FFTW", [&] { reference.run(); }},
+            {"packed", [&] { withCode(best, [&] { ours.packed(); }); }},
+            {"blocked", [&] { withCode(best, [&] { ours.blocked(); }); }},
+            {"plain", [&] { withCode(platform::CpuLevel::Plain, [&] { ours.packed(); }); }}};
+        compare(all, isQuick ? 30 : 100);
+        const double base = all[0].median;
+        std::printf("%5d %9.0f %9.0f (%4.2f) %9.0f (%4.2f) %9.0f (%4.2f) %9.3f\n", order, base,
+                    all[1].median, all[1].median / base, all[2].median, all[2].median / base,
+                    all[3].median, all[3].median / base, planMs);
+        if (order >= 7 && order <= 11) logSum += std::log(all[1].median / base);
+    }
+    std::printf("geometric mean of the packed ratio, orders 7 to 11: %.2f\n",
+                std::exp(logSum / 5.0));
+}
