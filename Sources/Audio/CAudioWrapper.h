@@ -158,6 +158,7 @@ protected:
     bool isLatencyChanged = false; // audio thread, and set-up
     bool isInitialised = false;    // the host is told nothing before
     CAudioParam* hostLatencyChange = nullptr;
+    platform::CSpinLock blockLock; // held by start, stop and a block, which only tries it
     platform::CLock routingLock;
     CVector<CString> inputLabels;     // under routingLock
     CVector<CString> sideChainLabels; // under routingLock
@@ -198,8 +199,12 @@ private:
     // Activation
     void applyConfiguration();
     void publishLayout();
-    void runEmptyBlock();
+    void runEmptyBlock(int frames);
     void warmPools();
+    /// Replaces every module once and again and runs the fades to their end, on silence: afterwards
+    /// what a change of a parameter needs lies ready in the pools.
+    void rehearse();
+    void markAllParamsChanged();
 
     // Blocks
     void exchange() LUM_REALTIME;
@@ -247,8 +252,8 @@ private:
     int layoutChannels = 0;
     double layoutRate = 0.0; // Hz
 
-    platform::CSpinLock blockLock; // held by start, stop and a block, which only tries it
-    bool isRunning = false;        // under blockLock
+    bool isRunning = false;      // under blockLock
+    bool needsRehearsal = false; // under blockLock
     CVector<CAudioEvent, 0> events;
     int eventReadIndex = 0;
 

@@ -17,6 +17,7 @@ constexpr double kDefaultHeight = 300.0;
 // Blocks of the longest sub-block that one channel may have in use at once: its input, what the
 // equaliser and the gains hand on, both sides of their fades, and the aligned dry signal.
 constexpr int kBlocksPerChannel = 12;
+constexpr double kLongestFade = 0.1;     // seconds; fades of products stay well below
 constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
 constexpr int kDelayBlocksPerChannel = 4;
 
@@ -38,6 +39,7 @@ void CAudioWrapper::start() {
             env->isActive = true;
         }
         applyConfiguration();
+        if (std::exchange(needsRehearsal, false)) rehearse();
         isRunning = true;
     }
     readOversamplingSettings();
@@ -80,8 +82,8 @@ void CAudioWrapper::applyConfiguration() {
     if (isNew) publishLayout();
     sortEvents();
     exchange();
-    runEmptyBlock();
-    if (isNew) warmPools();
+    runEmptyBlock(1);
+    needsRehearsal = needsRehearsal || isNew;
 }
 
 void CAudioWrapper::publishLayout() {
@@ -96,12 +98,34 @@ void CAudioWrapper::publishLayout() {
     mainProcess->setExternalInput(0, format);
 }
 
-void CAudioWrapper::runEmptyBlock() {
+void CAudioWrapper::runEmptyBlock(int frames) {
     for (int i = 0; i < layoutChannels; i++)
-        mainProcess->feedExternal(0, i, samplePool.takeZeroed(1), 1);
+        mainProcess->feedExternal(0, i, samplePool.takeZeroed(frames), frames);
     mainProcess->process();
     outputProcess->process();
     outputProcess->releaseInputs();
+}
+
+void CAudioWrapper::rehearse() {
+    warmPools();
+    // Twice, because the second replacement is the first that finds a retired module.
+    for (int round = 0; round < 2; round++) {
+        markAllParamsChanged();
+        const int frames = env->latency + static_cast<int>(kLongestFade * layoutRate);
+        for (int done = 0; done < frames; done += kLongestSubBlock) runEmptyBlock(kLongestSubBlock);
+    }
+}
+
+/// Gives every number on the audio side the value that it has.
+void CAudioWrapper::markAllParamsChanged() {
+    collector->forEachParam([this](CAudioParam& param) {
+        const CAudioParamInfo* info = param.getInfo();
+        if (!info || !info->format.isFloat() || !param.getAudioValues().isInitialised()) return;
+        const int groups = info->format.isSingleGroup ? 1 : groupCount;
+        for (int group = 0; group < groups; group++)
+            collector->queueChange(
+                param, CAudioParamChange::ofGroup(param.getAudioValues(), group, this), true);
+    });
 }
 
 void CAudioWrapper::warmPools() {

@@ -200,7 +200,9 @@ CAudioBusFormat CAudioWrapperVST::outputBus(bool isDouble) const {
     return {outputBusChannels.load(std::memory_order_relaxed), isDouble, false};
 }
 
+/// Flag and formats move together: a block that saw them differ would read beyond its buffers.
 void CAudioWrapperVST::applyFormats(bool isDouble) {
+    platform::CSpinGuard hold(blockLock);
     isDoublePrecision = isDouble;
     setInputFormat(inputBus(isDouble), {});
     setOutputFormat(outputBus(isDouble));
