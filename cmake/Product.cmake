@@ -15,9 +15,24 @@ endfunction()
 
 lum_compile_tree(SharedData.xml)
 
+# Compiles an authored bank of presets to the block that holds it.
+function(lum_compile_bank source target)
+  add_custom_command(
+    OUTPUT ${LUM_PRODUCT_DIR}/${target}
+    COMMAND sorrel-bankc ${CMAKE_SOURCE_DIR}/Product/${source} ${LUM_PRODUCT_DIR}/${target}
+    DEPENDS sorrel-bankc ${CMAKE_SOURCE_DIR}/Product/${source}
+    COMMENT "Compiling ${source}"
+    VERBATIM)
+endfunction()
+
+lum_compile_bank(FactoryPresets.xml FactoryROM.cbf)
+lum_compile_bank(RoutingPresets.xml AppDataGlobal_routing-presets-sys)
+
 # The embedded files: the exact name by which product data asks for one, "=", the file.
 set(LUM_RESOURCES
-  "SharedData.xml=${LUM_PRODUCT_DIR}/SharedData.xml.bin")
+  "SharedData.xml=${LUM_PRODUCT_DIR}/SharedData.xml.bin"
+  "FactoryROM.cbf=${LUM_PRODUCT_DIR}/FactoryROM.cbf"
+  "AppDataGlobal_routing-presets-sys=${LUM_PRODUCT_DIR}/AppDataGlobal_routing-presets-sys")
 
 # An assembler file that takes the files in as they are, each behind its 32-bit size, and the table.
 set(asm "    .section .rodata\n")

@@ -6,3 +6,6 @@ add_executable(sorrel-treec Tools/TreeCompiler.cpp Tools/CompiledTree.cpp)
 target_link_libraries(sorrel-treec PRIVATE pugixml::pugixml)
 
 add_executable(sorrel-treedump Tools/TreeDump.cpp Tools/CompiledTree.cpp)
+
+add_executable(sorrel-bankc Tools/BankCompiler.cpp)
+target_link_libraries(sorrel-bankc PRIVATE lum_audio pugixml::pugixml)

@@ -18,6 +18,8 @@ public:
     double sampleRate = 44100.0; // Hz, under the lock
     int latency = 0;             // samples from graph input to output; written by the audio thread
     double time = 0.0;           // seconds of audio since start; audio thread
+    double blockEndTime = 0.0;   // under the lock: `time` at the end of the host's block
+    double displayRate = 0.0;    // under the lock: of the client that asked last, frames a second
 };
 
 } // namespace lum

@@ -3,6 +3,9 @@
 #include "Audio/CAudioCCTable.h"
 #include "Audio/CAudioExtParam.h"
 #include "Audio/CAudioExtParamList.h"
+#include "Audio/CAudioInterfaceBase.h"
+#include "Audio/CAudioParamRegistry.h"
+#include "Audio/CAudioVizCollector.h"
 #include "Audio/CAudioWrapperRouting.h"
 #include "Audio/Processes/CModOutput.h"
 #include "Core/CAppData.h"
@@ -35,11 +38,26 @@ int32_t placeOf(int element, int group) {
 
 } // namespace
 
+/// Shows the host what other hands did to the programs.
+class CAudioWrapper::CProgramChangeListener : public COwnedUpdateListener<CAudioWrapper>,
+                                              public CLumMemAllocator {
+public:
+    using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
+    ~CProgramChangeListener() override { attach(nullptr, nullptr); }
+    void onUpdate(const CUpdateRecord* record) override {
+        const auto& update = *static_cast<const CRegistryUpdate*>(record);
+        if (update.originator != owner && owner->isInitialised) owner->hostUpdateDisplay();
+    }
+};
+
 CAudioWrapper::CAudioWrapper() = default;
 
 CAudioWrapper::~CAudioWrapper() {
     isInitialised = false;
     if (collector) collector->cancelDeferredCalls(*this);
+    programListener.reset();
+    if (interfaceBase) interfaceBase->setDataProvider(nullptr);
+    if (paramRegistry) paramRegistry->setRoutingProvider(nullptr);
     windowSizeListener.reset();
     if (mainProcess) mainProcess->disconnect();
     mainProcess.reset();
@@ -60,6 +78,8 @@ CErrorResult CAudioWrapper::init() {
     LUM_TRY(createProcesses());
     findWindowParams();
     findRoutingParams();
+    paramRegistry->setRoutingProvider(this);
+    vizCollector->setControlWrites(&context->controlWrites);
     CAudioProcessBase::connect(*mainProcess, 0, *outputProcess, 0);
     exposeParams();
 
@@ -150,8 +170,11 @@ CErrorResult CAudioWrapper::parseVersion() {
 CErrorResult CAudioWrapper::findInstanceObjects() {
     LUM_TRY(instanceRoot->findObjectChecked(env, "plugin.audio-env"));
     LUM_TRY(instanceRoot->findObjectChecked(collector, "plugin.param-collector"));
+    LUM_TRY(instanceRoot->findObjectChecked(vizCollector, "plugin.viz-collector"));
+    LUM_TRY(instanceRoot->findObjectChecked(interfaceBase, "plugin.interface-base"));
     LUM_TRY(instanceRoot->findObjectChecked(extParams, "plugin.ext-param-list"));
     LUM_TRY(instanceRoot->findObjectChecked(ccTable, "plugin.cctable"));
+    LUM_TRY(instanceRoot->findObjectChecked(paramRegistry, "plugin.param-registry"));
     return nullptr;
 }
 
@@ -221,6 +244,9 @@ void CAudioWrapper::exposeParams() {
 }
 
 CErrorResult CAudioWrapper::finishInit() {
+    interfaceBase->setDataProvider(this);
+    programListener = std::make_unique<CProgramChangeListener>(*this);
+    programListener->attach(paramRegistry, nullptr);
     collector->start();
     start();
     stop();

@@ -10,6 +10,10 @@ namespace lum {
 
 class CAudioCCTable;
 class CAudioExtParamList;
+class CAudioInterfaceBase;
+class CAudioParamRegistry;
+class CAudioVizCollector;
+class CByteBuffer;
 class CModOutput;
 
 /// Kinds of a queued event.
@@ -102,6 +106,12 @@ public:
     /// Carries out parameter writes that the audio thread has left behind. Control threads,
     /// whenever one comes by.
     void drainControlWrites();
+    /// The state as one block of bytes: of the present program or of the whole bank, with or without
+    /// the 16 reserved bytes that hosts store in front.
+    CErrorResult getState(CByteBuffer& out, bool isPreset, bool withPrefix);
+    /// Takes such a block. On failure nothing has changed.
+    CErrorResult setState(const void* data, size_t size, bool isPreset, bool withPrefix);
+
     /// Queues an event for the next block; from the audio thread, between blocks.
     void addEvent(const CAudioEvent& event) LUM_REALTIME;
     /// True when a block may run: processing is started and nobody else is in a block, a start or a
@@ -132,6 +142,8 @@ public:
     bool hasTail() const { return isTailDeclared; }
     double getTail() const { return tailSeconds; }
     CAudioExtParamList& getExtParams() const { return *extParams; }
+    CAudioParamRegistry& getRegistry() const { return *paramRegistry; }
+    CAudioVizCollector& getVizCollector() const { return *vizCollector; }
     CAudioParamCollector& getCollector() const { return *collector; }
     CObject* getInstanceRoot() const { return instanceRoot; }
 
@@ -173,6 +185,7 @@ private:
         void onUpdate(const CUpdateRecord*) override { owner->updateEditorSize(); }
     };
     struct CRoutingParams;
+    class CProgramChangeListener;
 
     // init, in its order
     CErrorResult createInstanceTree();
@@ -228,6 +241,10 @@ private:
     CAudioEnv* env = nullptr;
     CAudioParamCollector* collector = nullptr;
     CAudioExtParamList* extParams = nullptr;
+    CAudioParamRegistry* paramRegistry = nullptr; // the master
+    CAudioVizCollector* vizCollector = nullptr;
+    CAudioInterfaceBase* interfaceBase = nullptr;
+    std::unique_ptr<CProgramChangeListener> programListener;
     CAudioCCTable* ccTable = nullptr;
     CSampleBlockPool samplePool;
     std::unique_ptr<CAudioProcessContext> context;

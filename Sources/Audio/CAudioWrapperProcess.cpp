@@ -1,6 +1,7 @@
 #include "Audio/CAudioWrapper.h"
 
 #include "Audio/CAudioEnv.h"
+#include "Audio/CAudioVizCollector.h"
 #include "Platform/FlushToZero.h"
 
 #include <algorithm>
@@ -99,11 +100,16 @@ bool CAudioWrapper::beginBlock() {
 
 void CAudioWrapper::runBlocks(const void* const* inputs, void* const* outputs, int frames) {
     bool needsExchange = true;
+    {
+        platform::CSpinGuard hold(env->lock);
+        env->blockEndTime = env->time + frames / layoutRate;
+    }
     for (int position = 0; position < frames;) {
         bool wasDispatched = false;
         const int count =
             dispatchEvents(position, std::min(frames - position, kLongestSubBlock), wasDispatched);
         if (needsExchange || wasDispatched) exchange();
+        if (needsExchange) vizCollector->updateBlock();
         needsExchange = false;
         feedInputs(inputs, position, count);
         mainProcess->process();

@@ -1,5 +1,7 @@
 #include "Audio/CAudioWrapperRouting.h"
 
+#include "Audio/CAudioInterfaceBase.h"
+
 #include <optional>
 
 namespace lum {
@@ -165,7 +167,12 @@ void CAudioWrapper::importChannelLabels() {
     bool isEqual = true;
     for (int i = 0; i < labels.ssize(); i++)
         isEqual = isEqual && names->getValues().readString(0, i) == labels[i];
-    if (!isEqual) writeTexts(guard, labels, CChangeContext());
+    if (isEqual) return;
+    auto record = std::make_unique<CAudioParamUndoRecord>("Channel label import", false, -1);
+    CChangeContext change;
+    change.undo = record.get();
+    writeTexts(guard, labels, change);
+    interfaceBase->add(std::move(record));
 }
 
 } // namespace lum

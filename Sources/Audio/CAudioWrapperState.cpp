@@ -1,6 +1,11 @@
 #include "Audio/CAudioWrapper.h"
 
+#include "Audio/CAudioInterfaceBase.h"
+#include "Audio/CAudioParamRegistry.h"
+#include "Audio/CAudioVizCollector.h"
 #include "Core/CAppData.h"
+#include "Core/CMemoryReader.h"
+#include "Core/CWriteSeqBuffer.h"
 #include "Platform/FlushToZero.h"
 
 #include <algorithm>
@@ -20,6 +25,7 @@ constexpr int kBlocksPerChannel = 12;
 constexpr double kLongestFade = 0.1;     // seconds; fades of products stay well below
 constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
 constexpr int kDelayBlocksPerChannel = 4;
+constexpr size_t kStatePrefix = 16; // reserved bytes in front of a host's chunk
 
 bool isTrue(const CString& text) {
     return text == "true" || text == "1";
@@ -31,6 +37,7 @@ bool isTrue(const CString& text) {
 
 void CAudioWrapper::start() {
     platform::CFlushToZero mode;
+    const bool isNewLayout = isConfigurationDirty();
     {
         platform::CSpinGuard holdBlocks(blockLock);
         {
@@ -42,6 +49,9 @@ void CAudioWrapper::start() {
         if (std::exchange(needsRehearsal, false)) rehearse();
         isRunning = true;
     }
+    if (isNewLayout) interfaceBase->sendChannelCounts();
+    interfaceBase->sendStartViz();
+    if (!isVizAlwaysActive) interfaceBase->sendClearClient();
     readOversamplingSettings();
     drainControlWrites();
 }
@@ -60,6 +70,9 @@ void CAudioWrapper::stop() {
         mainProcess->reset();
         outputProcess->reset();
     }
+    if (!isVizAlwaysActive) interfaceBase->sendStopViz();
+    vizCollector->reset();
+    if (isVizAlwaysActive) interfaceBase->sendClearClient();
     drainControlWrites();
 }
 
@@ -146,10 +159,13 @@ void CAudioWrapper::onLatencyChanged() {
 // Formats
 
 void CAudioWrapper::setSampleRate(double rate) {
-    platform::CSpinGuard hold(env->lock);
-    if (rate == env->sampleRate) return;
-    env->sampleRate = rate;
-    isDirty = true;
+    {
+        platform::CSpinGuard hold(env->lock);
+        if (rate == env->sampleRate) return;
+        env->sampleRate = rate;
+        isDirty = true;
+    }
+    interfaceBase->sendSampleRate();
 }
 
 void CAudioWrapper::setInputFormat(const CAudioBusFormat& main, const CAudioBusFormat& sideChain) {
@@ -238,6 +254,43 @@ void CAudioWrapper::updateOversampling() {
     if (mode == oversamplingMode) return;
     oversamplingMode = mode;
     writeHostParam(*hostOversamplingMode, mode);
+}
+
+// State
+
+CErrorResult CAudioWrapper::getState(CByteBuffer& out, bool isPreset, bool withPrefix) {
+    CWriteSeqBuffer payload;
+    if (isPreset)
+        LUM_TRY(paramRegistry->acquirePreset(false, -1, -1, payload));
+    else
+        LUM_TRY(paramRegistry->acquireBank(false, payload));
+    payload.getBytes(out);
+    if (!withPrefix) return nullptr;
+    CWriteSeqBuffer chunk;
+    const uint8_t reserved[kStatePrefix] = {};
+    LUM_TRY(chunk.write(reserved, kStatePrefix));
+    LUM_TRY(chunk.writeCompressedData(out, isPreset ? kPresetBlock : kBankBlock));
+    chunk.getBytes(out);
+    return nullptr;
+}
+
+CErrorResult CAudioWrapper::setState(const void* data, size_t size, bool isPreset,
+                                     bool withPrefix) {
+    CByteBuffer payload;
+    if (withPrefix) {
+        if (size <= kStatePrefix || size > INT32_MAX) return nullptr;
+        CMemoryReader chunk(static_cast<const uint8_t*>(data) + kStatePrefix,
+                            static_cast<int32_t>(size - kStatePrefix));
+        LUM_TRY(chunk.readCompressedData(payload, isPreset ? kPresetBlock : kBankBlock));
+    } else {
+        payload.assign(data, size);
+    }
+    CMemoryReader reader(payload);
+    if (isPreset)
+        LUM_TRY(paramRegistry->activatePreset(reader, true));
+    else
+        LUM_TRY(paramRegistry->activateBank(reader, true));
+    return nullptr;
 }
 
 // Window

@@ -3,6 +3,7 @@
 #include "Audio/CAudioHostCreators.h"
 #include "Audio/CAudioParamCreators.h"
 #include "Audio/CAudioProcessCreators.h"
+#include "Audio/CAudioStateCreators.h"
 #include "Audio/Filters/CFilterCreators.h"
 #include "Audio/Transform/CFFTPlan.h"
 #include "Core/CCoreCreators.h"
@@ -12,7 +13,7 @@ namespace lum {
 namespace {
 constexpr const CCreatorRow* kCreatorTables[] = {
     kCoreCreators, kAudioParamCreators, kAudioProcessCreators, kFilterCreators, kAudioHostCreators,
-    nullptr,
+    kAudioStateCreators, nullptr,
 };
 } // namespace
 

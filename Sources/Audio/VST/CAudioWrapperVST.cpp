@@ -2,8 +2,12 @@
 
 #include "Audio/CAudioExtParam.h"
 #include "Audio/CAudioExtParamList.h"
+#include "Audio/CAudioParamRegistry.h"
 #include "Audio/VST/CVSTHostTraits.h"
 #include "Core/CAppData.h"
+#include "Core/CLog.h"
+#include "Core/CSystem.h"
+#include "Platform/Clock.h"
 
 #include <algorithm>
 #include <charconv>
@@ -45,7 +49,6 @@ constexpr int32_t kWheelIndex = 0x73744341;  // "stCA", the last letter in eithe
 constexpr intptr_t kWheelValue = 0x57686565; // "Whee"
 constexpr size_t kValueText = 8;             // characters of "%f" that fit the host's buffer
 constexpr int kTransportBits = 14;
-constexpr const char* kProgramName = "Default";
 
 bool isTrue(const CString& text) {
     return text == "true" || text == "1";
@@ -124,10 +127,11 @@ void CAudioWrapperVST::describeEffect() {
     AEffect& record = *getEffect();
     record.uniqueId = pluginCode;
     record.version = getVendorVersion();
+    record.numPrograms = getRegistry().getProgramCount();
     record.numParams = getExtParams().getCount();
     record.numInputs = inputChannels;
     record.numOutputs = outputChannels;
-    record.flags = kFlagCanReplacing | kFlagCanDoubleReplacing;
+    record.flags = kFlagCanReplacing | kFlagCanDoubleReplacing | kFlagProgramChunks;
 }
 
 // Channels
@@ -327,9 +331,44 @@ CString CAudioWrapperVST::getParameterName(int32_t index) {
     return param ? param->getExtName() : CString();
 }
 
+// Programs and chunks
+
+int32_t CAudioWrapperVST::getProgram() {
+    return getRegistry().getCurrentProgram();
+}
+
+void CAudioWrapperVST::setProgram(int32_t index) {
+    getRegistry().setCurrentProgram(index, static_cast<CAudioWrapper*>(this));
+}
+
+void CAudioWrapperVST::setProgramName(const CString& name) {
+    getRegistry().renamePreset(getProgram(), name, static_cast<CAudioWrapper*>(this));
+}
+
 bool CAudioWrapperVST::getProgramName(int32_t index, CString& out) {
-    if (index != 0) return false;
-    out = kProgramName;
+    return getRegistry().getProgramName(index, out);
+}
+
+const void* CAudioWrapperVST::getChunk(bool isPreset, size_t& size) {
+    const double started = platform::clockSeconds();
+    if (CErrorResult error = getState(chunk, isPreset, true)) {
+        logAndDropError(std::move(error));
+        return nullptr;
+    }
+    logFormat("VST get chunk time (isPreset=%i): %.4f s @ %.4f s", isPreset,
+              platform::clockSeconds() - started, system::secondsSinceLoad());
+    size = chunk.size();
+    return chunk.data();
+}
+
+bool CAudioWrapperVST::setChunk(const void* data, size_t size, bool isPreset) {
+    const double started = platform::clockSeconds();
+    if (CErrorResult error = setState(data, size, isPreset, true)) {
+        logAndDropError(std::move(error));
+        return false;
+    }
+    logFormat("VST set chunk time (isPreset=%i): %.4f s @ %.4f s", isPreset,
+              platform::clockSeconds() - started, system::secondsSinceLoad());
     return true;
 }
 

@@ -39,7 +39,12 @@ protected:
     CString getParameterLabel(int32_t index) override;
     CString getParameterDisplay(int32_t index) override;
     CString getParameterName(int32_t index) override;
+    int32_t getProgram() override;
+    void setProgram(int32_t index) override;
+    void setProgramName(const CString& name) override;
     bool getProgramName(int32_t index, CString& out) override;
+    const void* getChunk(bool isPreset, size_t& size) override;
+    bool setChunk(const void* data, size_t size, bool isPreset) override;
     bool setSpeakerArrangement(const vst::SpeakerArrangement& inputs,
                                const vst::SpeakerArrangement& outputs) override;
     const vst::SpeakerArrangement* getInputArrangement() override;
@@ -92,6 +97,7 @@ private:
     std::atomic<int> outputBusChannels{0};
     CArrangement inputArrangement; // main thread
     CArrangement outputArrangement;
+    CByteBuffer chunk; // what the host was given last
     bool isDoublePrecision = false; // the host's last request
     bool allowsLabelImport = true;
     bool hasResumed = false;

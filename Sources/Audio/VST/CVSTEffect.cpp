@@ -91,6 +91,18 @@ const CVSTEffect::COpcodeRow CVSTEffect::kOpcodes[] = {
          return 0;
      }},
     {kEffectIdentify, [](CVSTEffect&, const CHostCall&) -> intptr_t { return kIdentifyAnswer; }},
+    {kEffectGetChunk,
+     [](CVSTEffect& self, const CHostCall& call) -> intptr_t {
+         size_t size = 0;
+         const void* data = call.ptr ? self.getChunk(call.index != 0, size) : nullptr;
+         if (call.ptr) *static_cast<const void**>(call.ptr) = data;
+         return data ? static_cast<intptr_t>(size) : 0;
+     }},
+    {kEffectSetChunk,
+     [](CVSTEffect& self, const CHostCall& call) -> intptr_t {
+         if (!call.ptr || call.value < 0) return 0;
+         return self.setChunk(call.ptr, static_cast<size_t>(call.value), call.index != 0) ? 1 : 0;
+     }},
     {kEffectProcessEvents,
      [](CVSTEffect& self, const CHostCall& call) -> intptr_t {
          if (call.ptr) self.processEvents(*static_cast<const Events*>(call.ptr));

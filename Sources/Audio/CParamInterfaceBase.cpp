@@ -1,0 +1,477 @@
+#include "Audio/CParamInterfaceBase.h"
+
+#include "Audio/CAudioParamCollector.h"
+#include "Audio/CAudioParamRegistry.h"
+#include "Core/CMemoryReader.h"
+
+namespace lum {
+namespace {
+
+constexpr CEventRow<CParamInterfaceBase> kEvents[] = {
+    {"listen-param", &CParamInterfaceBase::onListenParam},
+    {"unlisten-param", &CParamInterfaceBase::onUnlistenParam},
+    {"change-param", &CParamInterfaceBase::onChangeParam},
+    {"reset-param", &CParamInterfaceBase::onResetParam},
+    {"create-undo-data", &CParamInterfaceBase::onCreateUndoData},
+    {"remove-undo-data", &CParamInterfaceBase::onRemoveUndoData},
+    {"submit-undo-data", &CParamInterfaceBase::onSubmitUndoData},
+    {"request-undo-history", &CParamInterfaceBase::onRequestUndoHistory},
+    {"set-undo-history-pos", &CParamInterfaceBase::onSetUndoHistoryPos},
+    {"listen-registry", &CParamInterfaceBase::onListenRegistry},
+    {"unlisten-registry", &CParamInterfaceBase::onUnlistenRegistry},
+    {"set-current-program", &CParamInterfaceBase::onSetCurrentProgram},
+    {"rename-preset", &CParamInterfaceBase::onRenamePreset},
+    {"activate-factory-preset", &CParamInterfaceBase::onActivateFactoryPreset},
+    {"activate-preset", &CParamInterfaceBase::onActivatePreset},
+    {"request-preset", &CParamInterfaceBase::onRequestPreset},
+    {"request-bank", &CParamInterfaceBase::onRequestBank},
+    {"set-default-preset", &CParamInterfaceBase::onSetDefaultPreset},
+    {"activate-default-preset", &CParamInterfaceBase::onActivateDefaultPreset},
+    {"exchange-shadow-preset", &CParamInterfaceBase::onExchangeShadowPreset},
+    {"update-shadow-preset", &CParamInterfaceBase::onUpdateShadowPreset},
+};
+
+/// Key of an element in a record's set of touched ones.
+int32_t touchKey(int group, int element) {
+    return element << 8 | group;
+}
+
+} // namespace
+
+/// One per listen id: turns the collector's notifications into messages.
+class CParamInterfaceBase::CParamListener : public CUpdateListener, public CLumMemAllocator {
+public:
+    CParamListener(CParamInterfaceBase& interfaceBase, int32_t listenId, CAudioParam& listened)
+        : owner(interfaceBase), id(listenId), param(listened) {}
+    ~CParamListener() override { attach(nullptr, nullptr); }
+    void onUpdate(const CUpdateRecord* record) override {
+        const CAudioParamChange& change = *static_cast<const CAudioParamUpdate*>(record)->change;
+        if (change.group == kDefinitionGroup)
+            owner.sendParamInfo(id, param, change);
+        else
+            owner.send(clientOf(id), CParamMessage("update-param").add(id).addObject(change));
+    }
+    CAudioParam& getParam() const { return param; }
+
+private:
+    CParamInterfaceBase& owner;
+    int32_t id;
+    CAudioParam& param;
+};
+
+class CParamInterfaceBase::CRegistryListener : public CUpdateListener, public CLumMemAllocator {
+public:
+    CRegistryListener(CParamInterfaceBase& interfaceBase, int32_t listenId,
+                      CAudioParamRegistry& listened)
+        : owner(interfaceBase), id(listenId), registry(listened) {
+        attach(&registry, nullptr);
+    }
+    ~CRegistryListener() override { attach(nullptr, nullptr); }
+    void onUpdate(const CUpdateRecord*) override { owner.sendRegistry(id, registry, false); }
+    CAudioParamRegistry& getRegistry() const { return registry; }
+
+private:
+    CParamInterfaceBase& owner;
+    int32_t id;
+    CAudioParamRegistry& registry;
+};
+
+CParamInterfaceBase::CParamInterfaceBase() = default;
+CParamInterfaceBase::~CParamInterfaceBase() = default;
+
+void CParamInterfaceBase::fillClass(CClassInfo& info) {
+    CAudioParamUndo::fillClass(info);
+    info.addEvents(kEvents);
+}
+
+CErrorResult CParamInterfaceBase::init() {
+    LUM_TRY(CAudioParamUndo::init());
+    LUM_TRY(findObjectByAttr(connector, "base-connector"));
+    connector->setBase(this);
+    return nullptr;
+}
+
+void CParamInterfaceBase::prepareDestroy() {
+    if (connector) connector->setBase(nullptr);
+    {
+        platform::CLockGuard hold(baseLock);
+        paramListeners.clear();
+        registryListeners.clear();
+        for (auto& [undoId, record] : openRecords) endEdits(*record);
+        openRecords.clear();
+    }
+    CAudioParamUndo::prepareDestroy();
+}
+
+CErrorResult CParamInterfaceBase::receiveMessage(const CByteBuffer& message) {
+    platform::CLockGuard hold(baseLock);
+    CMemoryReader reader(message);
+    CInputStream* outer = std::exchange(input, &reader);
+    CString event;
+    CErrorResult error = reader.readString(event);
+    if (!error) error = runEvent(event);
+    input = outer;
+    LUM_TRY(std::move(error));
+    return nullptr;
+}
+
+void CParamInterfaceBase::onClientGone(int clientId) {
+    platform::CLockGuard hold(baseLock);
+    const auto isOfClient = [clientId](const auto& item) {
+        return clientOf(item.first) == clientId;
+    };
+    std::erase_if(paramListeners, isOfClient);
+    std::erase_if(registryListeners, isOfClient);
+    for (auto& [undoId, record] : openRecords)
+        if (clientOf(undoId) == clientId) endEdits(*record);
+    std::erase_if(openRecords, isOfClient);
+}
+
+void CParamInterfaceBase::send(int clientId, const CParamMessage& message) {
+    connector->sendToClient(clientId, message.bytes());
+}
+
+CErrorResult CParamInterfaceBase::readArgument(CString& out) {
+    LUM_TRY(input->readString(out));
+    return nullptr;
+}
+
+// Parameters
+
+CErrorResult CParamInterfaceBase::onListenParam() {
+    CString name;
+    int32_t id = 0;
+    LUM_TRY(readArgument(name));
+    LUM_TRY(readArgument(id));
+    if (paramListeners.contains(id)) return nullptr;
+    CAudioParam& param = collector->getParam(name);
+    auto listener = std::make_unique<CParamListener>(*this, id, param);
+    CAudioParamGuard guard(
+        param); // no change slips in between the present state and the first news
+    listener->attach(collector, &param);
+    sendWholeParam(id, param);
+    paramListeners[id] = std::move(listener);
+    return nullptr;
+}
+
+void CParamInterfaceBase::sendWholeParam(int32_t id, CAudioParam& param) {
+    if (!param.isBound()) {
+        send(clientOf(id), CParamMessage("update-param-info").add(id).add(false).add(false));
+        return;
+    }
+    sendParamInfo(id, param, CAudioParamChange::ofDefaults(param.getInfo()->defaults, nullptr));
+    const CAudioParamStorage& values = param.getValues();
+    for (int group = 0; group < values.getGroupCount(); group++) {
+        CParamMessage message("update-param");
+        message.add(id).addObject(CAudioParamChange::ofGroup(values, group, nullptr));
+        send(clientOf(id), message);
+    }
+}
+
+void CParamInterfaceBase::sendParamInfo(int32_t id, CAudioParam& param,
+                                        const CAudioParamChange& change) {
+    CParamMessage message("update-param-info");
+    message.add(id).add(param.isBound());
+    if (param.isBound()) message.addObject(*param.getInfo());
+    message.add(true).addObject(change);
+    send(clientOf(id), message);
+}
+
+CErrorResult CParamInterfaceBase::onUnlistenParam() {
+    int32_t id = 0;
+    LUM_TRY(readArgument(id));
+    paramListeners.erase(id);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onChangeParam() {
+    int32_t id = 0;
+    int32_t undoId = 0;
+    CAudioParamChange change;
+    LUM_TRY(readArgument(id));
+    LUM_TRY(readArgument(undoId));
+    LUM_TRY(change.load(*input));
+    const auto found = paramListeners.find(id);
+    if (found == paramListeners.end()) return nullptr;
+    CAudioParam& param = found->second->getParam();
+    const CAudioParamInfo* info = param.getInfo();
+    if (!info || change.format.elementSize != info->format.elementSize ||
+        change.format.dataType != info->format.dataType || change.group == kDefinitionGroup)
+        return nullptr;
+    CAudioParamUndoRecord* record = findRecord(undoId);
+    // The host is told before the guard is taken: it may be inside a call that waits for it.
+    if (record) beginEdits(param, change, *record);
+    CAudioParamGuard guard(param);
+    turnNamesToUser(param, change.group, record);
+    change.format = info->format;
+    change.originator = this;
+    CChangeContext context;
+    context.undo = record;
+    param.applyChange(change, context, &guard);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onResetParam() {
+    int32_t id = 0;
+    int32_t group = 0;
+    int32_t element = 0;
+    int32_t undoId = 0;
+    int32_t isSingleSource = 0;
+    for (int32_t* argument : {&id, &group, &element, &undoId, &isSingleSource})
+        LUM_TRY(readArgument(*argument));
+    const auto found = paramListeners.find(id);
+    if (found == paramListeners.end()) return nullptr;
+    CAudioParam& param = found->second->getParam();
+    CAudioParamGuard guard(param);
+    if (!param.isBound()) return nullptr;
+    CChangeContext context;
+    context.undo = findRecord(undoId);
+    param.reset(group, element, context, isSingleSource != 0, &guard);
+    return nullptr;
+}
+
+void CParamInterfaceBase::turnNamesToUser(CAudioParam& param, int group, CParamUndoRecord* undo) {
+    for (CAudioParamRegistryBase* registry : param.getPresetNameRegistries())
+        if (auto* named = dynamic_cast<CAudioParamRegistry*>(registry))
+            named->turnNameToUser(param, group, undo);
+}
+
+// Undo
+
+CAudioParamUndoRecord* CParamInterfaceBase::findRecord(int32_t undoId) {
+    const auto found = openRecords.find(undoId);
+    return found == openRecords.end() ? nullptr : found->second.get();
+}
+
+CErrorResult CParamInterfaceBase::onCreateUndoData() {
+    int32_t undoId = 0;
+    CString name;
+    int32_t isMergeable = 0;
+    int32_t mergeKey = 0;
+    LUM_TRY(readArgument(undoId));
+    LUM_TRY(readArgument(name));
+    LUM_TRY(readArgument(isMergeable));
+    LUM_TRY(readArgument(mergeKey));
+    if (CAudioParamUndoRecord* old = findRecord(undoId)) endEdits(*old);
+    openRecords[undoId] = std::make_unique<CAudioParamUndoRecord>(name, isMergeable != 0, mergeKey);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onRemoveUndoData() {
+    int32_t undoId = 0;
+    LUM_TRY(readArgument(undoId));
+    if (CAudioParamUndoRecord* record = findRecord(undoId)) endEdits(*record);
+    openRecords.erase(undoId);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onSubmitUndoData() {
+    int32_t undoId = 0;
+    CString name;
+    LUM_TRY(readArgument(undoId));
+    LUM_TRY(readArgument(name));
+    const auto found = openRecords.find(undoId);
+    if (found == openRecords.end()) return nullptr;
+    std::unique_ptr<CAudioParamUndoRecord> record = std::move(found->second);
+    openRecords.erase(found);
+    if (!name.empty()) record->name = name;
+    endEdits(*record);
+    add(std::move(record));
+    return nullptr;
+}
+
+void CParamInterfaceBase::beginEdits(CAudioParam& param, const CAudioParamChange& change,
+                                     CAudioParamUndoRecord& record) {
+    for (int element = change.firstElement; element < change.end(); element++)
+        if (record.touchedKeys[&param].insert(touchKey(change.group, element)).second)
+            editBegin(param, change.group, element);
+}
+
+void CParamInterfaceBase::endEdits(CAudioParamUndoRecord& record) {
+    for (auto& [param, keys] : record.touchedKeys)
+        for (const int32_t key : keys) editEnd(*param, key & 255, key >> 8);
+    record.touchedKeys.clear();
+}
+
+CErrorResult CParamInterfaceBase::onRequestUndoHistory() {
+    int32_t clientId = 0;
+    LUM_TRY(readArgument(clientId));
+    sendHistory(clientId);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onSetUndoHistoryPos() {
+    int32_t position = 0;
+    LUM_TRY(readArgument(position));
+    setPosition(position, true);
+    return nullptr;
+}
+
+void CParamInterfaceBase::onHistoryChanged() {
+    sendHistory(kAllClients);
+}
+
+void CParamInterfaceBase::sendHistory(int clientId) {
+    CVector<CString> names;
+    int position = 0;
+    getHistoryNames(names, position);
+    CParamMessage message("update-undo-history");
+    message.add(position).add(names.ssize());
+    for (const CString& name : names) message.add(name);
+    send(clientId, message);
+}
+
+// Registries
+
+CErrorResult CParamInterfaceBase::onListenRegistry() {
+    CString name;
+    int32_t id = 0;
+    LUM_TRY(readArgument(name));
+    LUM_TRY(readArgument(id));
+    CObject* object = findObject(name);
+    if (!object)
+        return LUM_FAIL("@lumstr_CParamInterfaceBase_listenRegistry_NotFound No param registry "
+                        "object '%1' found.",
+                        name);
+    auto* registry = dynamic_cast<CAudioParamRegistry*>(object);
+    if (!registry)
+        return LUM_FAIL(
+            "@lumstr_CParamInterfaceBase_listenRegistry_Null Param registry object '%1' "
+            "is NULL.",
+            name);
+    if (registryListeners.contains(id)) return nullptr;
+    registryListeners[id] = std::make_unique<CRegistryListener>(*this, id, *registry);
+    sendRegistry(id, *registry, false);
+    if (registry->isMaster()) sendRegistry(id, *registry, true);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onUnlistenRegistry() {
+    int32_t id = 0;
+    LUM_TRY(readArgument(id));
+    registryListeners.erase(id);
+    return nullptr;
+}
+
+void CParamInterfaceBase::sendRegistry(int32_t id, CAudioParamRegistry& registry, bool isRom) {
+    CVector<CString> names;
+    int current = -1;
+    registry.getPresetNames(isRom, names, current);
+    CParamMessage message("update-registry");
+    message.add(id).add(isRom).add(registry.getId()).add(current).add(names.ssize());
+    for (const CString& name : names) message.add(name);
+    send(clientOf(id), message);
+}
+
+/// Reads a listen id; `out` is null when nobody listens under it.
+CErrorResult CParamInterfaceBase::readRegistry(CAudioParamRegistry*& out) {
+    int32_t id = 0;
+    LUM_TRY(readArgument(id));
+    const auto found = registryListeners.find(id);
+    out = found == registryListeners.end() ? nullptr : &found->second->getRegistry();
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onSetCurrentProgram() {
+    CAudioParamRegistry* registry = nullptr;
+    int32_t index = 0;
+    LUM_TRY(readRegistry(registry));
+    LUM_TRY(readArgument(index));
+    if (registry) registry->setCurrentProgram(index, this);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onRenamePreset() {
+    CAudioParamRegistry* registry = nullptr;
+    int32_t index = 0;
+    CString name;
+    LUM_TRY(readRegistry(registry));
+    LUM_TRY(readArgument(index));
+    LUM_TRY(readArgument(name));
+    if (registry) registry->renamePreset(index, name, this);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onActivateFactoryPreset() {
+    CAudioParamRegistry* registry = nullptr;
+    int32_t index = 0;
+    LUM_TRY(readRegistry(registry));
+    LUM_TRY(readArgument(index));
+    if (registry) registry->activateFactoryPreset(index);
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onActivatePreset() {
+    CAudioParamRegistry* registry = nullptr;
+    int32_t group = 0;
+    LUM_TRY(readRegistry(registry));
+    LUM_TRY(readArgument(group));
+    if (registry) LUM_TRY(registry->activatePreset(*input, false, group));
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onRequestPreset() {
+    int32_t arguments[5] = {}; // id, request id, from ROM, index, group
+    for (int32_t& argument : arguments) LUM_TRY(readArgument(argument));
+    const auto [id, requestId, isRom, index, group] = arguments;
+    const auto found = registryListeners.find(id);
+    if (found == registryListeners.end()) return nullptr;
+    CWriteSeqBuffer stream;
+    LUM_TRY(found->second->getRegistry().acquirePreset(isRom != 0, index, group, stream));
+    CByteBuffer bytes;
+    stream.getBytes(bytes);
+    CMemoryReader reader(bytes);
+    CAudioPreset preset;
+    LUM_TRY(preset.load(reader));
+    send(clientOf(id),
+         CParamMessage("registry-data").add(id).add(requestId).add(true).addObject(preset));
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onRequestBank() {
+    int32_t arguments[3] = {}; // id, request id, from ROM
+    for (int32_t& argument : arguments) LUM_TRY(readArgument(argument));
+    const auto [id, requestId, isRom] = arguments;
+    const auto found = registryListeners.find(id);
+    if (found == registryListeners.end()) return nullptr;
+    CWriteSeqBuffer stream;
+    LUM_TRY(found->second->getRegistry().acquireBank(isRom != 0, stream));
+    CByteBuffer bytes;
+    stream.getBytes(bytes);
+    CMemoryReader reader(bytes);
+    CAudioPresetBank bank;
+    LUM_TRY(bank.load(reader));
+    send(clientOf(id),
+         CParamMessage("registry-data").add(id).add(requestId).add(false).addObject(bank));
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onSetDefaultPreset() {
+    CAudioParamRegistry* registry = nullptr;
+    LUM_TRY(readRegistry(registry));
+    if (registry) LUM_TRY(registry->setDefaultPreset(*input));
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onActivateDefaultPreset() {
+    CAudioParamRegistry* registry = nullptr;
+    LUM_TRY(readRegistry(registry));
+    if (registry) registry->masterReset();
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onExchangeShadowPreset() {
+    CAudioParamRegistry* registry = nullptr;
+    LUM_TRY(readRegistry(registry));
+    if (registry) registry->exchangeShadow();
+    return nullptr;
+}
+
+CErrorResult CParamInterfaceBase::onUpdateShadowPreset() {
+    CAudioParamRegistry* registry = nullptr;
+    LUM_TRY(readRegistry(registry));
+    if (registry) registry->updateShadow();
+    return nullptr;
+}
+
+} // namespace lum
