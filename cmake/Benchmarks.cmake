@@ -1,5 +1,18 @@
-# Programs that compare the inner loops with their plain twins and with FFTW. FFTW is needed by
-# these programs alone; without it they are left out, and nothing that is shipped ever links it.
+# Programs that compare the inner loops with their plain twins and with well-known libraries of the
+# same field. Those libraries are needed by these programs alone; without one its programs are left
+# out, and nothing that is shipped ever links them.
+
+find_package(PkgConfig)
+if(PkgConfig_FOUND)
+  pkg_check_modules(PIXMAN IMPORTED_TARGET pixman-1)
+endif()
+if(PIXMAN_FOUND)
+  add_executable(bench_drawing ${CMAKE_SOURCE_DIR}/Benchmarks/DrawingBench.cpp)
+  target_include_directories(bench_drawing PRIVATE ${CMAKE_SOURCE_DIR}/Benchmarks)
+  target_link_libraries(bench_drawing PRIVATE lum_other PkgConfig::PIXMAN)
+else()
+  message(STATUS "pixman not found: no drawing benchmark")
+endif()
 
 find_path(FFTW3_INCLUDE fftw3.h)
 find_library(FFTW3_LIBRARY fftw3)

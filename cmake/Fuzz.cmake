@@ -24,6 +24,8 @@ function(lum_fuzz name)
 endfunction()
 
 lum_fuzz(CSV lum_other)
+lum_fuzz(ImageSet lum_other)
+lum_fuzz(Font lum_other)
 lum_fuzz(ZlibBlock lum_core)
 lum_fuzz(LZ4Block lum_core)
 lum_fuzz(String lum_core)

@@ -27,6 +27,8 @@ public:
     CErrorResult load(CInputStream& stream);
 
 private:
+    void makeTable();
+
     double opacity = 1.0;
     CPaletteTable* table = nullptr;
     uint32_t generation = 0;

@@ -2,8 +2,8 @@
 
 #include "Core/CByteBuffer.h"
 #include "Core/CDataSet.h"
-#include "Core/CString.h"
 #include "Other/CLinearBitmap.h"
+#include "Other/RunCoding.h"
 
 #include <memory>
 
@@ -30,8 +30,15 @@ public:
     virtual const CImagePage* getTexture(int index) const = 0;
 };
 
+/// A rectangle of pixels that is not run-coded: in an atlas page, or a layer's own.
+struct CPixelSource {
+    const uint8_t* pixels = nullptr;
+    int stride = 0; // bytes
+};
+
 /// One layer at one scale. Pixels are 1 byte (alpha; palette entry 255), 2 (palette index, alpha)
-/// or 4 (blue, green, red, alpha), either run-coded or a rectangle of an atlas page.
+/// or 4 (blue, green, red, alpha), either run-coded or a rectangle of an atlas page. A tool that
+/// builds a set gives layers plain pixels, which `CImageSet::save` puts into the atlas.
 class CImageLayerData : public virtual CCheckedObject, public CLumMemAllocator {
 public:
     double scale = 1.0;    // pixels per interface unit
@@ -57,8 +64,19 @@ public:
     void setRuns(CByteBuffer owned);
     void setRunsInPlace(const uint8_t* bytes, size_t count);
 
+    /// Takes plain pixels, `height` rows of `width` * `bytesPerPixel` bytes, which stand in the
+    /// members before. tone: the representative palette index, -1 to take it from the pixels.
+    void setPixels(CByteBuffer owned, int tone = -1);
+    /// Plain pixels of a rectangle that waits for the atlas.
+    bool hasOwnPixels() const { return textureIndex < 0 && !runBytes && !ownedBytes.empty(); }
+    /// The rectangle to scale from: own pixels or that of the atlas; null when there is none.
+    CPixelSource getPixels() const;
+    void dropPixels() { ownedBytes = CByteBuffer(); }
+
 private:
-    CByteBuffer ownedRuns;
+    int findTone() const;
+
+    CByteBuffer ownedBytes; // runs or plain pixels
     const uint8_t* runBytes = nullptr;
     size_t runByteCount = 0;
 };
@@ -68,10 +86,16 @@ class CImageLayer : public CImageLayerData {
 public:
     int colorSlot = 0;
 
-    /// The drawable (run-coded) form at a scale, built on first use. Any thread.
+    /// The drawable (run-coded) form at a scale, built on first use; null for a layer without
+    /// pixels. A layer with runs of its own is drawable as it is, at any scale. Any thread.
     const CImageLayerData* getVariant(double requestedScale) const;
+    /// Number of variants prepared so far.
+    int getVariantCount() const;
 
 private:
+    const CImageLayerData* findVariant(double requestedScale) const;
+    std::unique_ptr<CImageLayerData> buildVariant(double requestedScale) const;
+
     mutable CVector<std::unique_ptr<CImageLayerData>, 2> variants; // under the image lock
 };
 
@@ -95,19 +119,14 @@ struct CImagePlacement {
     int fixedOpacity = 0; // 15 bits
     bool isPartial = false;
 
-    /// Places a layer; `opacity` is multiplied by the colour's. Does not build the variant.
+    /// Places a layer; `opacity` is multiplied by the colour's. Does not build the variant: `data`
+    /// is null unless the layer is drawable as it is.
     static CImagePlacement place(const CImageLayerData& layer, double requestedScale,
                                  const CDrawColor& color, double opacity);
     /// Places a layer and fetches its variant.
     static CImagePlacement prepare(const CImageLayer& layer, double requestedScale,
                                    const CDrawColor& color, double opacity);
 };
-
-/// Encodes pixels as a run-coded block. `pixels`: `height` rows of `width` * `bytesPerPixel`.
-CByteBuffer encodeRuns(const uint8_t* pixels, int width, int height, int bytesPerPixel,
-                       bool isWhollyOpaque = false);
-/// True when a block from outside can be drawn without reading beyond it.
-bool checkRuns(const uint8_t* block, size_t size, int width, int height, int bytesPerPixel);
 
 /// A set of images by index, with named ranges. Filled once at load and read-only afterwards, but
 /// for the variants of its layers.
@@ -119,7 +138,10 @@ public:
     };
 
     uint32_t getTypeCode() const override;
-    CErrorResult load(CInputStream& stream) override;
+    /// Replaces the set. Another version than 1 gives an empty set and no failure. Where the stream
+    /// exposes its bytes, the set keeps pointers into them.
+    CErrorResult load(CPosInputStream& stream) override;
+    /// Packs plain pixels into atlas pages first.
     CErrorResult save(COutputStream& stream) override;
     const CImagePage* getTexture(int index) const override;
 
@@ -135,7 +157,17 @@ public:
     void setImage(int index, std::unique_ptr<CImage> image);
 
 private:
-    friend class CFont;
+    CErrorResult loadRanges(CInputStream& stream);
+    CErrorResult loadTexture(CInputStream& stream);
+    CErrorResult loadPage(CInputStream& stream);
+    CErrorResult loadImages(CInputStream& stream);
+    CErrorResult loadLayer(CInputStream& stream, CImage& image);
+    CErrorResult loadLayerData(CInputStream& stream, CImageLayerData& data);
+    CErrorResult loadRuns(CInputStream& stream, CImageLayerData& data);
+    CErrorResult checkTexture(const CImageLayerData& data) const;
+    CErrorResult savePage(COutputStream& stream, const CImagePage& page) const;
+    CErrorResult saveLayer(COutputStream& stream, const CImageLayer& layer) const;
+
     CMap<CString, CRange> ranges;
     CVector<std::unique_ptr<CImage>, 0> images;
     std::unique_ptr<CImageTexture> texture;

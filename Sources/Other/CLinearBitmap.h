@@ -9,8 +9,9 @@
 
 namespace lum {
 
-struct CImagePlacement;
+class CStrokeMaskList;
 struct CCurveStroke;
+struct CImagePlacement;
 
 /// 256 entries of 4 bytes: blue, green, red, unused. Entry 255 is the colour of alpha-only images.
 struct CPaletteTable {
@@ -42,8 +43,8 @@ struct CCurvePoint {
     double y;
 };
 
-constexpr int kOpacityNothing = 129;  // 15-bit opacity below which nothing is drawn
-constexpr int kOpacitySolid = 32640;  // 15-bit opacity from which a store is solid
+constexpr int kOpacityNothing = 129; // 15-bit opacity below which nothing is drawn
+constexpr int kOpacitySolid = 32640; // 15-bit opacity from which a store is solid
 
 /// Opacity as a 15-bit integer, 32768 for 1.
 int opacityToFixed(double opacity) noexcept;
@@ -53,12 +54,13 @@ int opacityToFixed(double opacity) noexcept;
 /// one bitmap may be drawn by different threads at once; each call touches its target only.
 class CLinearBitmap : public CCheckedObject, public CLumMemAllocator {
 public:
-    CLinearBitmap() = default;
+    CLinearBitmap();
     ~CLinearBitmap() override;
     CLinearBitmap(const CLinearBitmap&) = delete;
     CLinearBitmap& operator=(const CLinearBitmap&) = delete;
 
-    /// Nothing at the same size; else new pixels, zeroed with `isClearing`. Zero sides leave it empty.
+    /// Nothing at the same size; else new pixels, zeroed with `isClearing`. Zero sides leave it
+    /// empty. Error: a side of more than 32,767 pixels, which leaves it empty too.
     virtual CErrorResult setSize(int newWidth, int newHeight, bool isClearing);
     /// Hands the bitmap to a device; nothing here.
     virtual void flushToDevice() {}
@@ -70,29 +72,49 @@ public:
     const uint8_t* row(int y) const noexcept { return pixels + static_cast<ptrdiff_t>(y) * stride; }
     CPixelRect bounds() const noexcept { return {0, 0, width, height}; }
 
-    void fillRect(const CPixelRect& rect, const CDrawColor& color, int paletteIndex, double opacity);
+    // All drawing clips to the bitmap. Opacities multiply; what is too faint draws nothing.
+
+    /// Fills with a palette entry; white for an index outside 0 to 255 or a colour without a table.
+    void fillRect(const CPixelRect& rect, const CDrawColor& color, int paletteIndex,
+                  double opacity);
     /// Lines with inclusive ends.
     void hLine(int x1, int x2, int y, int red, int green, int blue, int fixedOpacity);
     void vLine(int y1, int y2, int x, int red, int green, int blue, int fixedOpacity);
     void xorRect(const CPixelRect& rect, uint8_t blue, uint8_t green, uint8_t red, uint8_t fourth);
     CErrorResult copyFrom(const CLinearBitmap& source);
     CErrorResult copyRect(const CLinearBitmap& source, const CPixelRect& rect);
+    /// Copies a rectangle to where its corner comes to lie at targetX, targetY of another bitmap.
     void copyRectTo(CLinearBitmap& target, int targetX, int targetY, const CPixelRect& rect) const;
+    /// Blends a rectangle of a bitmap of the same size into the same place.
     void blendFrom(const CLinearBitmap& source, double opacity, const CPixelRect& rect);
     /// Draws a prepared image with its origin at x, y, inside the clip rectangle.
     void drawImage(const CImagePlacement& placement, int x, int y, const CPixelRect& clip);
+    /// Draws a polyline through the points; see CStrokeBrush. With `isSortedByX` the points behind
+    /// the clip rectangle's right edge are not looked at.
     void drawCurve(const CCurvePoint* points, int count, const CCurveStroke& stroke,
                    const CPixelRect& clip, bool isSortedByX);
 
 protected:
+    // For a subclass whose pixels come from elsewhere: it attaches them in its own setSize, and
+    // detaches them before this class is destroyed.
+
+    /// Takes pixels, rows without padding, in place of none.
+    void attachPixels(uint8_t* bytes, int newWidth, int newHeight);
+    /// Forgets the pixels and leaves the bitmap empty.
+    void detachPixels();
+
     uint8_t* pixels = nullptr;
     int width = 0;
     int height = 0;
-    int stride = 0;
+    int stride = 0; // bytes
 
 private:
-    class CStrokeMask;
-    std::unique_ptr<CStrokeMask> strokeMask; // made by the first curve
+    void blendLine(uint8_t* target, int count, uint32_t color, int fixedOpacity);
+
+    std::unique_ptr<CStrokeMaskList> strokeMasks; // of the present size
 };
+
+/// The table's entry as a colour of 32 bits with 255 in the fourth byte; white without an entry.
+uint32_t paletteColor(const CPaletteTable* table, int index) noexcept;
 
 } // namespace lum

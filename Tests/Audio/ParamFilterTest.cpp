@@ -73,7 +73,8 @@ TEST_F(ParamFilter, bandsAreSpreadOverTheRange) {
     auto filter = makeFilter("audio:param-filter-mb", "count", "freqs", {{"is-iso", "false"}});
     CValueList list = groupOf(bands.getValues(), 0);
     ASSERT_EQ(list.size(), 16u);
-    for (int i = 0; i < 16; i++) EXPECT_NEAR(list[i], 20.0 * std::pow(1000.0, i / 15.0), 1e-8);
+    for (size_t i = 0; i < 16; i++)
+        EXPECT_NEAR(list[i], 20.0 * std::pow(1000.0, static_cast<double>(i) / 15.0), 1e-8);
     for (auto [number, expected] : std::initializer_list<std::pair<double, size_t>>{
              {1, 1}, {2, 1}, {3, 3}, {-5, 1}, {1e9, size_t{kMaxParamGroupValues}}}) {
         apply(count, 0, {number});
@@ -94,7 +95,8 @@ TEST_F(ParamFilter, isoBandsStandAroundOneKilohertz) {
                              {{"is-iso", "true"}});
     CValueList list = groupOf(bands.getValues(), 0); // octaves: 31.25 to 16000 Hz
     ASSERT_EQ(list.size(), 10u);
-    for (int i = 0; i < 10; i++) EXPECT_NEAR(list[i], 31.25 * std::pow(2.0, i), 1e-8);
+    for (size_t i = 0; i < 10; i++)
+        EXPECT_NEAR(list[i], 31.25 * std::pow(2.0, static_cast<double>(i)), 1e-8);
     EXPECT_EQ(count.readValue(0, 0), 10.0);
     apply(high, 0, {2000.0});
     EXPECT_EQ(groupOf(bands.getValues(), 0).size(), 4u); // 2, 4, 8 and 16 kHz, and 1 kHz is out
