@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Other/CTextDrawing.h"
+#include "UI/CView.h"
+
+namespace lum {
+
+/// `ui:caption`: a text in one style, wrapped where it has mark-up. Its compact size is the text's.
+/// Interface thread.
+class CCaption : public CView, public CTextImageSource {
+public:
+    static void fillClass(CClassInfo& info);
+    CErrorResult initContent() override;
+    CErrorResult attrFontName(const CAttrEntry& value);
+    CErrorResult attrTitle(const CAttrEntry& value);
+    CErrorResult attrTextColor(const CAttrEntry& value);
+    CErrorResult attrTextLook(const CAttrEntry& value);
+    void onScaleChanged() override;
+    CErrorResult prepare() override;
+    const CImage* findTextImage(const CString& setPath, const CString& range) override;
+
+protected:
+    void render(const CViewContext& context) const override;
+
+private:
+    CErrorResult findFont(const CString& path);
+    CTextLayoutInputs inputsFor(double width, bool isWrapped) const;
+    void updateCompactSize();
+    void updateTextSlots();
+    void layoutText();
+    void prepareText(int index, const CViewLook& look);
+
+    CTextWrapper wrapper;
+    bool hasFont = false;
+    bool hasShadow = false;
+    CTextDrawing texts[2]; // by look
+    CTextDrawing shadows[2];
+    int textX = 0; // pixels from the corner of the view's drawing
+    int textY = 0;
+    int shadowShift = 1; // pixels
+};
+
+} // namespace lum

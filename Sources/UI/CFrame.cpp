@@ -1,0 +1,153 @@
+#include "UI/CFrame.h"
+
+namespace lum {
+
+namespace {
+
+constexpr CAttrRow<CFrame> kAttrs[] = {
+    {"has-borders", &CFrame::attrLook},                    // edges and corners, as a rule true
+    {"has-center", &CFrame::attrLook},                     // the area inside, as a rule false
+    {"has-corners-only", &CFrame::attrLook},               // no edges
+    {"is-fixed-frame", &CFrame::attrLook},                 // pieces at scale 1
+    {"is-ignore-color-opacity", &CFrame::attrLook},        // colours count as opaque
+    {"second-layer-color", &CFrame::attrSecondLayerColor}, // name for the images' second slot
+    {"is-shadow-hidden", &CFrame::attrIsShadowHidden},     // of a shadow itself
+};
+
+constexpr CEventRow<CFrame> kEvents[] = {
+    {"caption-changed", &CFrame::onCaptionChanged},
+};
+
+constexpr int kFirstPiece = 0; // image index behind the start of the range
+constexpr int kSecondSlot = 1;
+constexpr const char* kShadowTag = "ui:shadow";
+constexpr int kFullTone = 255; // ramp index
+
+} // namespace
+
+struct CFrame::CPieces {
+    const CImage* images[kPieceCount] = {};
+    CPixelRect sizes[kPieceCount];
+    double scale = 1.0;
+};
+
+void CFrame::fillClass(CClassInfo& info) {
+    CView::fillClass(info);
+    info.addAttrs(kAttrs);
+    info.addEvents(kEvents);
+}
+
+CErrorResult CFrame::initContent() {
+    LUM_TRY(CView::initContent());
+    const CString caption = getAttrString("path-caption");
+    if (!caption.empty()) listenObject(caption, "title-changed", "caption-changed");
+    return nullptr;
+}
+
+CErrorResult CFrame::attrLook(const CAttrEntry&) {
+    requestPrepare();
+    return nullptr;
+}
+
+CErrorResult CFrame::attrSecondLayerColor(const CAttrEntry& value) {
+    setColorSlot(kSecondSlot, CString("/") + value.text());
+    return nullptr;
+}
+
+// On other frames the attribute is told to the shadows below them.
+CErrorResult CFrame::attrIsShadowHidden(const CAttrEntry& value) {
+    if (getTag() != kShadowTag) return nullptr;
+    return setAttrValue("is-hidden", value, true);
+}
+
+CErrorResult CFrame::onCaptionChanged(CAttrMap& arguments) {
+    LUM_TRY(onRequestViewAreaUpdates());
+    LUM_TRY(fireEvent("view-area-update", false));
+    return finishEvent("caption-changed", arguments);
+}
+
+void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
+    CPieces pieces;
+    pieces.scale = getAttrBool("is-fixed-frame") ? 1.0 : window->scale();
+    for (int piece = 0; piece < kPieceCount; piece++) {
+        pieces.images[piece] = getImage(look, kFirstPiece + piece);
+        if (pieces.images[piece]) pieces.sizes[piece] = sizeOf(*pieces.images[piece], pieces.scale);
+    }
+    const CPixelRect all = localBounds();
+    const auto largest = [&pieces](int a, int b, int c, bool isWide) {
+        const auto side = [&](int piece) {
+            return isWide ? pieces.sizes[piece].width() : pieces.sizes[piece].height();
+        };
+        return std::max({side(a), side(b), side(c)});
+    };
+    const int left = largest(kTopLeft, kLeft, kBottomLeft, true);
+    const int top = largest(kTopLeft, kTop, kTopRight, false);
+    const int right = all.right - largest(kTopRight, kRight, kBottomRight, true);
+    const int bottom = all.bottom - largest(kBottomLeft, kBottom, kBottomRight, false);
+    const bool hasCorners = getAttrBool("has-borders", true) || getAttrBool("has-corners-only");
+    const bool hasEdges = getAttrBool("has-borders", true) && !getAttrBool("has-corners-only");
+    if (getAttrBool("has-center")) addCenter(out, look, pieces, {left, top, right, bottom});
+    if (hasEdges) {
+        addTiled(out, look, pieces, kTop, {left, 0, right, top});
+        addTiled(out, look, pieces, kLeft, {0, top, left, bottom});
+        addTiled(out, look, pieces, kRight, {right, top, all.right, bottom});
+        addTiled(out, look, pieces, kBottom, {left, bottom, right, all.bottom});
+    }
+    if (!hasCorners) return;
+    addPiece(out, look, pieces, kTopLeft, {0, 0, left, top});
+    addPiece(out, look, pieces, kTopRight, {right, 0, all.right, top});
+    addPiece(out, look, pieces, kBottomLeft, {0, bottom, left, all.bottom});
+    addPiece(out, look, pieces, kBottomRight, {right, bottom, all.right, all.bottom});
+}
+
+CPixelRect CFrame::sizeOf(const CImage& image, double scale) const {
+    CPixelRect bounds;
+    for (const auto& layer : image.layers) {
+        const CImagePlacement placed = CImagePlacement::place(*layer, scale, {}, 1.0);
+        bounds.right = std::max(bounds.right, placed.offsetX + placed.width);
+        bounds.bottom = std::max(bounds.bottom, placed.offsetY + placed.height);
+    }
+    return bounds;
+}
+
+void CFrame::addPiece(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
+                      const CPixelRect& area) {
+    if (!pieces.images[piece] || area.empty()) return;
+    const size_t from = out.size();
+    addImage(out, look, *pieces.images[piece], area.left, area.top, area);
+    adjust(out, from, pieces.scale);
+}
+
+void CFrame::addTiled(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
+                      const CPixelRect& area) {
+    const CPixelRect& size = pieces.sizes[piece];
+    if (!pieces.images[piece] || area.empty() || size.empty()) return;
+    const size_t from = out.size();
+    for (int y = area.top; y < area.bottom; y += size.height())
+        for (int x = area.left; x < area.right; x += size.width())
+            addImage(out, look, *pieces.images[piece], x, y, area);
+    adjust(out, from, pieces.scale);
+}
+
+void CFrame::addCenter(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,
+                       const CPixelRect& area) {
+    if (area.empty()) return;
+    const size_t from = out.size();
+    const CImage* corner = pieces.images[kBottomRight];
+    if (!corner) addFill(out, area, getColor(0, look), kFullTone);
+    for (size_t i = 0; corner && i < corner->layers.size(); i++) {
+        const CImageLayer& layer = *corner->layers[i];
+        addFill(out, area, getColor(layer.colorSlot, look), layer.toneIndex);
+    }
+    adjust(out, from, pieces.scale);
+}
+
+void CFrame::adjust(CPreparedDraw& out, size_t from, double scale) const {
+    const bool isOpaque = getAttrBool("is-ignore-color-opacity");
+    for (size_t i = from; i < out.size(); i++) {
+        out[i].scale = scale;
+        if (isOpaque) out[i].color.opacity = 1.0;
+    }
+}
+
+} // namespace lum

@@ -1,0 +1,99 @@
+#include "UI/CViewColors.h"
+
+#include "Core/CLog.h"
+#include "Other/CDynamicPalette.h"
+
+#include <algorithm>
+
+namespace lum {
+
+void CViewColors::setColor(const CString& name) {
+    if (name == color) return;
+    color = name;
+    isBuilt = false;
+}
+
+void CViewColors::setSlots(const CString& names) {
+    CVector<CString> list;
+    names.split(list, u'|', false);
+    slots.clear();
+    for (const CString& name : list) slots.push_back(name);
+    if (slots.empty()) slots.push_back({});
+    isBuilt = false;
+}
+
+void CViewColors::setSlot(int index, const CString& name) {
+    if (index < 0) return;
+    if (index >= slots.ssize()) slots.resize(static_cast<size_t>(index) + 1);
+    slots[index] = name;
+    isBuilt = false;
+}
+
+void CViewColors::setPalettes(const CDynamicPalette* own, const CDynamicPalette* root) {
+    if (own == ownPalette && root == rootPalette) return;
+    ownPalette = own;
+    rootPalette = root;
+    isBuilt = false;
+}
+
+int CViewColors::findState(const CString& state) {
+    const CString* found = std::find(states.begin(), states.end(), state);
+    if (found != states.end()) return static_cast<int>(found - states.begin());
+    states.push_back(state);
+    if (isBuilt) addRow(state);
+    return states.ssize() - 1;
+}
+
+CString CViewColors::nameOf(int slot, const CString& state) const {
+    const CString& name = slots[slot];
+    CString result = name.startsWith("/") ? name.substring(1) : color + name;
+    if (!state.empty()) result.append("_").append(state);
+    return result;
+}
+
+void CViewColors::build() {
+    if (!rootPalette) logLine("RootColors IS NULL");
+    if (!rootPalette && !ownPalette) {
+        logLine("PALETTE IS NULL");
+        return;
+    }
+    entries.clear();
+    for (const CString& state : states) addRow(state);
+    isBuilt = true;
+}
+
+void CViewColors::addRow(const CString& state) {
+    const CDynamicPalette* palette = ownPalette ? ownPalette : rootPalette;
+    for (int slot = 0; slot < slots.ssize(); slot++) {
+        CEntry entry;
+        const CString name = nameOf(slot, state);
+        const bool isNameless = slots[slot].empty() && color.empty();
+        if (!isNameless) entry.color = palette->findColor(name, &entry.isHover);
+        entries.push_back(entry);
+    }
+}
+
+const CColor* CViewColors::rampOf(int slot, int state, double position) {
+    if (!isBuilt) build();
+    if (!isBuilt) return nullptr;
+    if (slot < 0 || slot >= slots.ssize()) {
+        logFormat("WRONG SLOT INDEX %i (state %i) // %p", slot, state,
+                  static_cast<const void*>(this));
+        return nullptr;
+    }
+    const int index = state * slots.ssize() + slot;
+    if (index < 0 || index >= entries.ssize()) {
+        logFormat("WRONG COLOR INDEX %i", index);
+        return nullptr;
+    }
+    const CEntry& entry = entries[index];
+    if (!entry.color) return nullptr;
+    return entry.isHover ? entry.color->getHoverColor() : entry.color->getGradientColor(position);
+}
+
+CDrawColor CViewColors::get(int slot, int state, double position) {
+    const CColor* ramp = rampOf(slot, state, position);
+    return ramp ? ramp->asDrawColor() : CDrawColor();
+}
+
+} // namespace lum

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Core/CString.h"
+#include "Other/CLinearBitmap.h"
+
+namespace lum {
+
+class CColor;
+class CDynamicColor;
+class CDynamicPalette;
+
+/// The colours of a view: a prefix, slots behind it, and a row of palette colours for each colour
+/// state met so far. Built when a drawing is prepared and something it rests on has changed.
+/// Interface thread.
+class CViewColors : public CLumMemAllocator {
+public:
+    void setColor(const CString& name);
+    void setSlots(const CString& names); // separated by "|"
+    void setSlot(int index, const CString& name);
+    int getSlotCount() const { return slots.ssize(); }
+    /// The palettes: the view's own or null, and that of the tree.
+    void setPalettes(const CDynamicPalette* own, const CDynamicPalette* root);
+    /// The palette has other colours than before.
+    void invalidate() { isBuilt = false; }
+
+    /// Number of the row of a colour state, which is added when it is new.
+    int findState(const CString& state);
+    /// What a slot draws with at a position of its gradient, 0 to 1; white where there is nothing.
+    CDrawColor get(int slot, int state, double position = 0.0);
+    /// Name that a slot has in a state.
+    CString nameOf(int slot, const CString& state) const;
+
+private:
+    struct CEntry {
+        const CDynamicColor* color = nullptr;
+        bool isHover = false;
+    };
+    const CColor* rampOf(int slot, int state, double position);
+    void build();
+    void addRow(const CString& state);
+
+    CString color;
+    CVector<CString, 2> slots{CString()};
+    CVector<CString, 2> states;
+    CVector<CEntry, 4> entries; // state * slot count + slot
+    const CDynamicPalette* ownPalette = nullptr;
+    const CDynamicPalette* rootPalette = nullptr;
+    bool isBuilt = false;
+};
+
+} // namespace lum

@@ -1,0 +1,72 @@
+#include "ViewFixture.h"
+
+#include "UI/CViewColors.h"
+
+using namespace lum;
+
+namespace {
+
+class ViewColorTest : public CViewTest {
+protected:
+    /// Full tone of a slot of a view, 0xRRGGBB; white without a colour.
+    static uint32_t tone(CView* view, int slot, const char* colorState) {
+        const CDrawColor color = view->getColor(slot, {"", colorState, ""});
+        if (!color.table) return 0xffffff;
+        const uint8_t* entry = color.table->entries[255];
+        return static_cast<uint32_t>(entry[2] << 16 | entry[1] << 8 | entry[0]);
+    }
+};
+
+} // namespace
+
+TEST_F(ViewColorTest, namesAreBuiltFromColourSlotAndState) {
+    CViewColors colors;
+    colors.setColor("Button");
+    colors.setSlots("|Text|/Other");
+    EXPECT_EQ(colors.nameOf(0, ""), "Button");
+    EXPECT_EQ(colors.nameOf(1, ""), "ButtonText");
+    EXPECT_EQ(colors.nameOf(1, "Active"), "ButtonText_Active");
+    EXPECT_EQ(colors.nameOf(2, "ActiveHover"), "Other_ActiveHover");
+}
+
+TEST_F(ViewColorTest, slotsStatesAndSharedColoursFindTheirTones) {
+    buildPalette({{"Button", "102030"},
+                  {"Button_Active", "405060"},
+                  {"ButtonMark", "708090"},
+                  {"Lone", "a0b0c0"},
+                  {"Disabled", "010203"}});
+    buildRoot({{"ui:view",
+                "v",
+                {{"color", "Button"}},
+                {{"ui:view-color-slot", "s1", {{"slot-index", "1"}, {"color", "Mark"}}, {}, ""},
+                 {"ui:view-color-slot",
+                  "s2",
+                  {{"slot-index", "2"}, {"color", "Lone"}, {"is-color-abs-path", "true"}},
+                  {},
+                  ""},
+                 {"ui:view", "child", {{"color", "Nothing"}, {"shared-color", "^"}}, {}, ""}},
+                ""}});
+    ASSERT_EQ(failure, "");
+    CView* view = at("win.root.v");
+    EXPECT_EQ(tone(view, 0, ""), 0x102030U);
+    EXPECT_EQ(tone(view, 0, "Active"), 0x405060U);
+    EXPECT_EQ(tone(view, 1, ""), 0x708090U);
+    EXPECT_EQ(tone(view, 2, ""), 0xa0b0c0U);
+    EXPECT_EQ(tone(view, 0, "Unknown"), 0xffffffU) << "white where the palette has nothing";
+    EXPECT_EQ(tone(view, 9, ""), 0xffffffU);
+    EXPECT_EQ(tone(at("win.root.v.child"), 0, ""), 0x102030U);
+    set(at<CObject>("win.root"), "is-disabled", "true");
+    EXPECT_EQ(tone(view, 0, "Active"), 0x010203U);
+    set(at<CObject>("win.root"), "is-disabled", "false");
+    EXPECT_EQ(tone(view, 0, "Active"), 0x405060U);
+}
+
+TEST_F(ViewColorTest, achangedColourReachesTheView) {
+    buildPalette({{"Panel", "102030"}});
+    buildRoot({{"ui:color-fill", "fill", {{"color", "Panel"}, {"placement", "full"}}, {}, ""}});
+    EXPECT_EQ(pixel(5, 5), 0x102030U);
+    window->takeDirty();
+    set(at<CObject>("ui.palette.Panel"), "tone", "a0b0c0");
+    EXPECT_FALSE(window->takeDirty().empty());
+    EXPECT_EQ(pixel(5, 5), 0xa0b0c0U);
+}
