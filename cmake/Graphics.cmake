@@ -39,3 +39,5 @@ foreach(manifest IN LISTS font_manifests)
   list(APPEND LUM_GRAPHICS_RESOURCES "${name}.fnt=${font}")
 endforeach()
 add_custom_target(lum_fonts ALL DEPENDS ${font_files})
+
+include(cmake/Images.cmake)

@@ -12,12 +12,15 @@ function(lum_test name folder)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
   target_compile_definitions(${name} PRIVATE LUM_TEST_DATA="${CMAKE_SOURCE_DIR}/Tests/Data")
   target_link_libraries(${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
+  target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()
 
 lum_test(tests_platform Platform lum_platform)
 lum_test(tests_core Core lum_core)
 lum_test(tests_other Other lum_other)
+target_compile_definitions(tests_other PRIVATE LUM_GRAPHICS="${LUM_GRAPHICS_DIR}")
+add_dependencies(tests_other lum_fonts)
 lum_test(tests_audio Audio lum_audio lum_product)
 if(TARGET lum_ui)
   lum_test(tests_ui UI lum_ui)
@@ -34,3 +37,10 @@ endif()
 add_test(NAME tree_compiler
          COMMAND ${CMAKE_SOURCE_DIR}/Tests/Tools/TreeCompilerTest.sh $<TARGET_FILE:sorrel-treec>
                  $<TARGET_FILE:sorrel-treedump>)
+
+# The palettes as built, and the compiler of image sets.
+lum_test(tests_tools Tools lum_audio)
+target_compile_definitions(tests_tools PRIVATE LUM_PALETTE_FOLDER="${LUM_PALETTE_DIR}")
+add_dependencies(tests_tools lum_palettes)
+add_test(NAME image_compiler
+         COMMAND ${CMAKE_SOURCE_DIR}/Tests/Tools/ImageCompilerTest.sh $<TARGET_FILE:sorrel-isc>)

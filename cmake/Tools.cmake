@@ -2,7 +2,7 @@
 
 find_package(pugixml REQUIRED)
 
-add_executable(sorrel-treec Tools/TreeCompiler.cpp Tools/CompiledTree.cpp)
+add_executable(sorrel-treec Tools/TreeCompiler.cpp Tools/AuthoredTree.cpp Tools/CompiledTree.cpp)
 target_link_libraries(sorrel-treec PRIVATE pugixml::pugixml)
 
 add_executable(sorrel-treedump Tools/TreeDump.cpp Tools/CompiledTree.cpp)
