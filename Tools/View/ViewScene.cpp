@@ -51,9 +51,9 @@ const lum::CCreatorRow kSceneCreators[] = {
 };
 
 // The scene's palette stands in front of the room's.
-const lum::CCreatorRow* const kCreators[] = {lum::kCoreCreators, lum::kOtherCreators,
-                                             lum::kFontCreators, lum::kUICreators,
-                                             kSceneCreators,     nullptr};
+const lum::CCreatorRow* const kCreators[] = {kSceneCreators,      lum::kCoreCreators,
+                                             lum::kOtherCreators, lum::kFontCreators,
+                                             lum::kUICreators,    nullptr};
 
 /// A family, and the file of each of its styles.
 struct FamilyRow {
