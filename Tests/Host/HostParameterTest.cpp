@@ -90,10 +90,11 @@ TEST(HostParameters, theEffectTellsWhatItIs) {
     EXPECT_EQ(instance.effect->magic, kMagic);
     EXPECT_EQ(instance.effect->uniqueId, fourCharacters('1', '6', '8', 'a'));
     EXPECT_EQ(instance.effect->version, 0x10000);
-    EXPECT_EQ(instance.effect->numPrograms, 1);
+    EXPECT_EQ(instance.effect->numPrograms, 7);
     EXPECT_EQ(instance.effect->numInputs, 8);
     EXPECT_EQ(instance.effect->numOutputs, 8);
-    EXPECT_EQ(instance.effect->flags, kFlagCanReplacing | kFlagCanDoubleReplacing);
+    EXPECT_EQ(instance.effect->flags,
+              kFlagCanReplacing | kFlagCanDoubleReplacing | kFlagProgramChunks);
     char name[24] = {};
     struct Row {
         int opcode;
@@ -112,7 +113,7 @@ TEST(HostParameters, theEffectTellsWhatItIs) {
         {kEffectCanDo, 0, 0, "receiveVstTimeInfo", 1},
         {kEffectCanDo, 0, 0, "bypass", 0},
         {kEffectProgramNameIndexed, 0, -1, name, 1},
-        {kEffectProgramNameIndexed, 1, -1, name, 0},
+        {kEffectProgramNameIndexed, 7, -1, name, 0},
         {kEffectSetProcessPrecision, 0, 1, nullptr, 1},
         {kEffectSetProcessPrecision, 0, 2, nullptr, 0},
         {kEffectGetParameterProperties, 0, 0, name, 0},
