@@ -232,6 +232,13 @@ void CAudioParamCollector::queueChange(CAudioParam& param, const CAudioParamChan
     appendToQueue(queued, queued);
 }
 
+void CAudioParamCollector::restoreAudioValues(CAudioParam& param, const CAudioParamStorage& saved) {
+    param.audioValues = saved;
+    CAudioParamChange everything;
+    everything.group = kDefinitionGroup;
+    notifyAudioListeners(param, everything);
+}
+
 void CAudioParamCollector::handOverBatch(CQueuedChange* head, CQueuedChange* tail) {
     CAudioParamDataItem::freeRetired();
     CQueuedChange* merged = nullptr; // freed when the lock is open again

@@ -66,6 +66,9 @@ public:
 
     /// Takes a copy of a change for the audio thread, or applies it there and then (set-up only).
     void queueChange(CAudioParam& param, const CAudioParamChange& change, bool isImmediate);
+    /// Puts the audio-side values of a parameter back to a copy made before, and marks all their
+    /// listeners. Set-up only.
+    void restoreAudioValues(CAudioParam& param, const CAudioParamStorage& saved);
     /// Takes over a list made by a batch.
     void handOverBatch(CQueuedChange* head, CQueuedChange* tail);
     /// Applies all pending changes to the audio-side values and marks their listeners. Spins on the

@@ -217,6 +217,10 @@ private:
     /// Replaces every module once and again and runs the fades to their end, on silence: afterwards
     /// what a change of a parameter needs lies ready in the pools.
     void rehearse();
+    /// The same for the graphs of other routings: all groups, mid/side pairs and solo are walked on
+    /// the audio-side values, which are put back. Control-side values are not touched.
+    void rehearseRoutings();
+    void writeAudioValues(CAudioParam& param, const CVector<double, 16>& values, int group);
     void markAllParamsChanged();
 
     // Blocks

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 // Activation, formats, and what the host tells of itself.
 
@@ -20,12 +21,16 @@ namespace {
 constexpr double kDefaultWidth = 400.0; // pixels, where the product declares no size
 constexpr double kDefaultHeight = 300.0;
 // Blocks of the longest sub-block that one channel may have in use at once: its input, what the
-// equaliser and the gains hand on, both sides of their fades, and the aligned dry signal.
-constexpr int kBlocksPerChannel = 12;
+// equaliser, the gains and the mid/side coders hand on, both sides of their fades and of a graph
+// that is being replaced, and the aligned dry signal.
+// Eight groups of one channel that change to another routing have some 300 in use.
+constexpr int kBlocksPerChannel = 42; // 1.3 MiB for 8 channels
 constexpr double kLongestFade = 0.1;     // seconds; fades of products stay well below
 constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
-constexpr int kDelayBlocksPerChannel = 4;
-constexpr size_t kStatePrefix = 16; // reserved bytes in front of a host's chunk
+constexpr int kDelayBlocksPerChannel = 12;
+constexpr int kRehearsedRoutings = 4; // wide and narrow, with mid/side, with solo
+constexpr int kRehearsedBlocks = 3;   // behind each replacement, so that fades overlap
+constexpr size_t kStatePrefix = 16;   // reserved bytes in front of a host's chunk
 
 bool isTrue(const CString& text) {
     return text == "true" || text == "1";
@@ -121,12 +126,61 @@ void CAudioWrapper::runEmptyBlock(int frames) {
 
 void CAudioWrapper::rehearse() {
     warmPools();
+    if (useRouting) rehearseRoutings();
     // Twice, because the second replacement is the first that finds a retired module.
     for (int round = 0; round < 2; round++) {
         markAllParamsChanged();
         const int frames = env->latency + static_cast<int>(kLongestFade * layoutRate);
         for (int done = 0; done < frames; done += kLongestSubBlock) runEmptyBlock(kLongestSubBlock);
     }
+}
+
+void CAudioWrapper::rehearseRoutings() {
+    const char* const names[] = {
+        "io-params.in-routing", "io-params.out-routing",        "io-params.grouping",
+        "io-params.ms-pairs",   "io-params.channel-group-solo", "mid-side-bypass",
+        "group-solo-bypass"};
+    constexpr int kCount = static_cast<int>(std::size(names));
+    CVector<CAudioParam*, kCount> params;
+    CVector<CAudioParamStorage, 1> saved;
+    for (const char* name : names) {
+        params.push_back(&collector->getParam(CString("plugin.modMain.") + name));
+        saved.push_back(params.back()->getAudioValues());
+    }
+    const auto [inRouting, outRouting, grouping, msPairs, solo, msBypass, soloBypass] =
+        std::tie(params[0], params[1], params[2], params[3], params[4], params[5], params[6]);
+    for (int step = 0; step < kRehearsedRoutings; step++) {
+        const bool isWide = step % 2 == 0; // a group for each channel, or one for each pair
+        CVector<double, 16> routes, groups, pairs;
+        for (int i = 0; i < intChannelCount; i++) {
+            routes.push_back(i + 1);
+            groups.push_back((isWide ? i + step : i / 2 + step) % groupCount);
+            pairs.push_back(step > 0 ? i / 2 + 1 : 0);
+        }
+        writeAudioValues(*inRouting, routes, 0);
+        writeAudioValues(*outRouting, routes, 0);
+        writeAudioValues(*grouping, groups, 0);
+        writeAudioValues(*msPairs, pairs, 0);
+        writeAudioValues(*msBypass, {step > 0 ? 0.0 : 1.0}, 0);
+        writeAudioValues(*soloBypass, {step > 1 ? 0.0 : 1.0}, 0);
+        for (int group = 0; group < groupCount; group++)
+            writeAudioValues(*solo, {step > 1 && group == step ? 1.0 : 0.0}, group);
+        runEmptyBlock(kLongestSubBlock);
+        markAllParamsChanged();
+        for (int i = 0; i < kRehearsedBlocks; i++) runEmptyBlock(kLongestSubBlock);
+    }
+    for (int i = 0; i < kCount; i++) collector->restoreAudioValues(*params[i], saved[i]);
+    runEmptyBlock(kLongestSubBlock);
+}
+
+void CAudioWrapper::writeAudioValues(CAudioParam& param, const CVector<double, 16>& values,
+                                     int group) {
+    const CAudioParamStorage& present = param.getAudioValues();
+    if (!present.isInitialised()) return;
+    collector->queueChange(param,
+                           CAudioParamChange::ofValues(present.getFormat(), group, 0, values.data(),
+                                                       values.ssize(), true, this),
+                           true);
 }
 
 /// Gives every number on the audio side the value that it has.

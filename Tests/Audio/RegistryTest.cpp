@@ -10,8 +10,9 @@ namespace {
 
 class Registry : public StateFixture {};
 
-constexpr const char* kNames[] = {"Default",    "Brighter and Bassy", "Presence", "Side Bass Removal",
-                                  "Mids Boost", "Lo-Fi",              "Ultra Bass Boost"};
+constexpr const char* kNames[] = {"Default",           "Brighter and Bassy", "Presence",
+                                  "Side Bass Removal", "Mids Boost",         "Lo-Fi",
+                                  "Ultra Bass Boost"};
 
 double gainDb(TestWrapper& wrapper, int element, int group = 0) {
     return 20.0 * std::log10(wrapper.value("modSorrelGEQ.gains", element, group));
@@ -86,8 +87,9 @@ TEST_F(Registry, whatAPresetLacksGoesToItsDefault) {
     EXPECT_EQ(wrapper->value("modOutGain.gain", 0, 1), 1.0);
     EXPECT_EQ(wrapper->value("modSorrelGEQ.gains", 5, 4), 1.0);
     bool isMade = false;
-    wrapper->getCollector().forEachParam(
-        [&](CAudioParam& param) { isMade = isMade || param.getName().endsWith("no-such-parameter"); });
+    wrapper->getCollector().forEachParam([&](CAudioParam& param) {
+        isMade = isMade || param.getName().endsWith("no-such-parameter");
+    });
     EXPECT_FALSE(isMade) << "names from outside must not pile up";
 }
 

@@ -155,8 +155,8 @@ protected:
     void SetUp() override { initInstance(); }
 
     CAudioParamRegistry& registry(const char* name = "param-registry") {
-        auto* found = wrapper->getInstanceRoot()->findAs<CAudioParamRegistry>(
-            CString("plugin.") + name);
+        auto* found =
+            wrapper->getInstanceRoot()->findAs<CAudioParamRegistry>(CString("plugin.") + name);
         EXPECT_NE(found, nullptr);
         return *found;
     }

@@ -75,12 +75,23 @@ protected:
         const int32_t id = client.listen(kGains, ear);
         const int32_t registryId = client.listen("plugin.param-registry", registryEar);
         for (int i = 0; !isDone; i++) {
-            client.edit(id, formatOf(kGains), 0, i % 16, 0.8 + 0.04 * (i % 10), "Edit", true, i / 8);
-            if (i % 13 == 0) { EXPECT_FALSE(client->setUndoHistoryPos(i % 5)); }
-            if (i % 29 == 0) { EXPECT_FALSE(client->exchangeShadowPreset(registryId)); }
-            if (i % 37 == 0) { EXPECT_FALSE(client->renamePreset(registryId, i % 7, "Name")); }
-            if (i % 41 == 0) { EXPECT_FALSE(client->importChannelLabels()); }
-            if (i % 43 == 0) { EXPECT_FALSE(client->requestBank(registryId, i, false)); }
+            client.edit(id, formatOf(kGains), 0, i % 16, 0.8 + 0.04 * (i % 10), "Edit", true,
+                        i / 8);
+            if (i % 13 == 0) {
+                EXPECT_FALSE(client->setUndoHistoryPos(i % 5));
+            }
+            if (i % 29 == 0) {
+                EXPECT_FALSE(client->exchangeShadowPreset(registryId));
+            }
+            if (i % 37 == 0) {
+                EXPECT_FALSE(client->renamePreset(registryId, i % 7, "Name"));
+            }
+            if (i % 41 == 0) {
+                EXPECT_FALSE(client->importChannelLabels());
+            }
+            if (i % 43 == 0) {
+                EXPECT_FALSE(client->requestBank(registryId, i, false));
+            }
             std::this_thread::sleep_for(std::chrono::microseconds(500));
         }
         // What the editor shows in the end is what the engine has.
@@ -95,7 +106,9 @@ protected:
             if (i % 4 == 0) registry().setCurrentProgram(kUnrouted[i / 4 % 6], nullptr);
             if (i % 4 == 1) registry().activateFactoryPreset(kUnrouted[i / 4 % 5]);
             const CByteBuffer& state = chunks[i % 3];
-            if (i % 4 == 2) { EXPECT_FALSE(wrapper->setState(state.data(), state.size(), i % 3 == 0, true)); }
+            if (i % 4 == 2) {
+                EXPECT_FALSE(wrapper->setState(state.data(), state.size(), i % 3 == 0, true));
+            }
             if (i % 4 == 3) (void)chunk(false);
             std::this_thread::sleep_for(std::chrono::milliseconds(7));
         }

@@ -47,8 +47,8 @@ protected:
 
 TEST_F(Undo, everyStepGoesBackAndForth) {
     for (int i = 0; i < 5; i++) edit(1.5 + 0.1 * i, i % 2);
-    EXPECT_EQ(two->history(), (std::vector<std::string>{"Undo history start", "Gain", "Gain", "Gain",
-                                                        "Gain", "Gain"}));
+    EXPECT_EQ(two->history(), (std::vector<std::string>{"Undo history start", "Gain", "Gain",
+                                                        "Gain", "Gain", "Gain"}));
     const double before[] = {1.0, 1.5, 1.5, 1.7, 1.7, 1.9}; // of element 0, after so many steps
     for (const int to : {3, 0, 5, 2, 4, 1}) {
         go(to);

@@ -182,8 +182,7 @@ public:
         EXPECT_FALSE(wrapper.getInstanceRoot()->createChild(viz, "audio:viz-collector", "exporter",
                                                             false, &given));
         viz->setControlWrites(&writes);
-        EXPECT_FALSE(
-            wrapper.getInstanceRoot()->findObjectChecked(env, "plugin.audio-env"));
+        EXPECT_FALSE(wrapper.getInstanceRoot()->findObjectChecked(env, "plugin.audio-env"));
     }
     void chooseSlot(int group, double slot) {
         CAudioParam& param = wrapper.param("export-slot");

@@ -1,6 +1,6 @@
 // The promise of the audio thread, proven on the plug-in's own binary: through ten thousand blocks
-// with automation, bypass and a suspend and resume, a process call makes no call to the allocator,
-// takes no blocking lock and makes no system call.
+// with automation, program changes, states of every routing, bypass and a suspend and resume, a
+// process call makes no call to the allocator, takes no blocking lock and makes no system call.
 
 #include "Guard/RealtimeGuard.h"
 #include "Guard/SystemCallTrap.h"
@@ -15,6 +15,7 @@
 #include <string>
 #include <thread>
 #include <vector>
+#include <zlib.h>
 
 namespace {
 
@@ -35,6 +36,7 @@ public:
         for (int i = 0; i < plugin_.effect->numParams; ++i) {
             indices_[plugin_.text(kEffectGetParameterName, i)] = i;
         }
+        makeRoutedStates();
     }
 
     /// What the host's main thread does before a block: automation in waves of differing pace, so
@@ -51,6 +53,8 @@ public:
             }
         }
         if (block % 3 == 0) set("1OGain", wave(0.03));
+        if (block % 97 == 13) plugin_.send(kEffectSetProgram, 0, block / 97 % 7);
+        if (block % 131 == 57) give(routed_[block / 131 % routed_.size()]);
         if (block % 401 == 0) set("Bypass", block % 802 == 0 ? 1.0f : 0.0f);
         if (block == kRestartBlock) {
             plugin_.suspend();
@@ -75,11 +79,59 @@ private:
         return *plugin.effect;
     }
     void set(const std::string& name, float value) { plugin_.set(indices_.at(name), value); }
+    void give(std::vector<unsigned char>& chunk) {
+        const auto size = static_cast<std::intptr_t>(chunk.size());
+        EXPECT_EQ(plugin_.send(kEffectSetChunk, 1, size, chunk.data()), 1);
+    }
+
+    /// States that a user can make in the routing window and a host cannot: all groups, mid/side
+    /// pairs, solo. The present one is unpacked, written over in place, and packed again.
+    void makeRoutedStates() {
+        void* data = nullptr;
+        const auto size = static_cast<std::size_t>(plugin_.send(kEffectGetChunk, 1, 0, &data));
+        const auto* chunk = static_cast<const unsigned char*>(data);
+        std::vector<unsigned char> head(chunk, chunk + kChunkHead);
+        std::uint32_t length = 0;
+        std::memcpy(&length, chunk + 20, sizeof length);
+        std::vector<unsigned char> payload(length);
+        uLongf unpacked = length;
+        ASSERT_EQ(uncompress(payload.data(), &unpacked, chunk + kChunkHead, size - kChunkHead),
+                  Z_OK);
+        for (int step = 0; step < 6; ++step) {
+            auto state = payload;
+            for (int i = 0; i < 8; ++i) {
+                write(state, "io-params.in-routing", i, i + 1);
+                write(state, "io-params.out-routing", i, i + 1);
+                write(state, "io-params.grouping", i, (step % 2 ? i / 2 + step : i + step) % 8);
+                write(state, "io-params.ms-pairs", i, step % 3 == 1 ? 1 + i / 2 : 0);
+            }
+            write(state, "io-params.channel-group-solo", 0, step % 3 == 2 ? 1 : 0);
+            std::vector<unsigned char> packed(compressBound(length));
+            uLongf used = packed.size();
+            ASSERT_EQ(compress(packed.data(), &used, state.data(), length), Z_OK);
+            routed_.push_back(head);
+            routed_.back().insert(routed_.back().end(), packed.begin(),
+                                  packed.begin() + static_cast<long>(used));
+        }
+    }
+    static void write(std::vector<unsigned char>& state, const std::string& key, int element,
+                      double value) {
+        const std::string name = "audio.modMain." + key;
+        const auto found = std::search(state.begin(), state.end(), name.begin(), name.end());
+        ASSERT_NE(found, state.end()) << name;
+        // Behind the name: four numbers of the storage's head and the first group's count.
+        const auto place =
+            (found - state.begin()) + static_cast<long>(name.size()) + 20 + 8 * element;
+        ASSERT_LE(place + 8, static_cast<long>(state.size()));
+        std::memcpy(state.data() + place, &value, sizeof value);
+    }
+    static constexpr std::size_t kChunkHead = 28; // 16 reserved bytes, then the block's own head
 
     Instance plugin_;
     Planar<float> samples_, results_;
     std::vector<float*> inputs_, outputs_;
     std::map<std::string, int> indices_;
+    std::vector<std::vector<unsigned char>> routed_; // preset chunks
 };
 
 class Realtime : public ::testing::TestWithParam<double> {};

@@ -11,8 +11,9 @@ using namespace lum::vst;
 
 namespace {
 
-constexpr const char* kPrograms[] = {"Default",    "Brighter and Bassy", "Presence", "Side Bass Removal",
-                                     "Mids Boost", "Lo-Fi",              "Ultra Bass Boost"};
+constexpr const char* kPrograms[] = {"Default",           "Brighter and Bassy", "Presence",
+                                     "Side Bass Removal", "Mids Boost",         "Lo-Fi",
+                                     "Ultra Bass Boost"};
 
 using Bytes = std::vector<char>;
 
@@ -129,9 +130,13 @@ TEST(State, chunksComeBackByteForByteInAnotherInstance) {
     }
     const Bytes before = chunkOf(instance, false);
     for (const size_t length : {1, 16})
-        EXPECT_EQ(give(instance, false, Bytes(before.begin(), before.begin() + static_cast<long>(length))), 1);
+        EXPECT_EQ(give(instance, false,
+                       Bytes(before.begin(), before.begin() + static_cast<long>(length))),
+                  1);
     for (const size_t length : {17, 20, 27, 40, 500})
-        EXPECT_EQ(give(instance, false, Bytes(before.begin(), before.begin() + static_cast<long>(length))), 0);
+        EXPECT_EQ(give(instance, false,
+                       Bytes(before.begin(), before.begin() + static_cast<long>(length))),
+                  0);
     EXPECT_EQ(instance.send(kEffectSetChunk, 0, -5, const_cast<char*>(before.data())), 0);
     EXPECT_EQ(chunkOf(instance, false), before);
 }
