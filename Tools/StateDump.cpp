@@ -92,8 +92,8 @@ CErrorResult printPayload(uint32_t id, const CByteBuffer& bytes) {
 }
 
 CErrorResult dump(const std::string& bytes) {
-    const bool isChunk = bytes.size() > kChunkPrefix &&
-                         bytes.find_first_not_of('\0') >= kChunkPrefix;
+    const bool isChunk =
+        bytes.size() > kChunkPrefix && bytes.find_first_not_of('\0') >= kChunkPrefix;
     const size_t start = isChunk ? kChunkPrefix : 0;
     CMemoryReader look(bytes.data() + start, static_cast<int32_t>(bytes.size() - start));
     uint32_t id = 0;
@@ -108,7 +108,8 @@ CErrorResult dump(const std::string& bytes) {
         LUM_TRY(printPayload(id, payload));
         return nullptr;
     }
-    return LUM_FAIL("This is no preset, bank, list, chunk or store record (it begins with %1).", id);
+    return LUM_FAIL("This is no preset, bank, list, chunk or store record (it begins with %1).",
+                    id);
 }
 
 } // namespace

@@ -24,12 +24,15 @@ constexpr double kDefaultHeight = 300.0;
 // equaliser, the gains and the mid/side coders hand on, both sides of their fades and of a graph
 // that is being replaced, and the aligned dry signal.
 // Eight groups of one channel that change to another routing have some 300 in use.
-constexpr int kBlocksPerChannel = 42; // 1.3 MiB for 8 channels
+constexpr int kBlocksPerChannel = 42;    // 1.3 MiB for 8 channels
 constexpr double kLongestFade = 0.1;     // seconds; fades of products stay well below
 constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
 constexpr int kDelayBlocksPerChannel = 12;
 constexpr int kRehearsedRoutings = 4; // wide and narrow, with mid/side, with solo
 constexpr int kRehearsedBlocks = 3;   // behind each replacement, so that fades overlap
+constexpr int kScratchBlocks = 8;     // of each size, 4.8 MiB in all
+constexpr int kScratchStep = 448;     // samples: as far as the pool looks for a larger block
+constexpr int kLargestScratch = 8192; // samples
 constexpr size_t kStatePrefix = 16;   // reserved bytes in front of a host's chunk
 
 bool isTrue(const CString& text) {
@@ -199,6 +202,9 @@ void CAudioWrapper::warmPools() {
     const int channels = std::max(layoutChannels, intChannelCount);
     samplePool.warm(kLongestSubBlock, channels * kBlocksPerChannel);
     samplePool.warm(kDelayBlockSamples, channels * kDelayBlocksPerChannel);
+    // Rings borrow from the classes above theirs, which the design of kernels needs as scratch.
+    for (int scratch = kDelayBlockSamples; scratch <= kLargestScratch; scratch += kScratchStep)
+        samplePool.warm(scratch, kScratchBlocks);
 }
 
 void CAudioWrapper::drainControlWrites() {

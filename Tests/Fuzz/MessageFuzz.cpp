@@ -21,6 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     }();
     logAndDropError(connector->processClientData(CByteBuffer(bytes, size)));
     CByteBuffer answer;
-    while (connector->takeMessage(1, answer)) {}
+    while (connector->takeMessage(1, answer)) {
+    }
     return 0;
 }
