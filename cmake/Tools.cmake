@@ -9,3 +9,6 @@ add_executable(sorrel-treedump Tools/TreeDump.cpp Tools/CompiledTree.cpp)
 
 add_executable(sorrel-bankc Tools/BankCompiler.cpp)
 target_link_libraries(sorrel-bankc PRIVATE lum_audio pugixml::pugixml)
+
+add_executable(sorrel-dump Tools/StateDump.cpp)
+target_link_libraries(sorrel-dump PRIVATE lum_audio)

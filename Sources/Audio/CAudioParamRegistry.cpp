@@ -12,6 +12,7 @@ namespace {
 
 constexpr const char* kInstanceName = "plugin.modMain.instance-name";
 constexpr const char* kDefaultPresetRecord = "default-preset";
+constexpr int kLongestName = 4096; // characters of a preset's name
 
 } // namespace
 
@@ -164,6 +165,8 @@ const CAudioParamInfo* CAudioParamRegistry::findDefinition(const CString& paramN
 CAudioParam* CAudioParamRegistry::findMember(const CString& key) {
     auto found = params.find(key);
     if (found == params.end()) {
+        // A name that nothing declares would stay unbound for ever, and a stream can bring many.
+        if (!findDefinition(hierarchy + key)) return nullptr;
         collector->getParam(hierarchy + key); // made now, and offered to this registry
         drainPending();
         found = params.find(key);
@@ -220,6 +223,11 @@ bool CAudioParamRegistry::getProgramName(int index, CString& out) const {
     return true;
 }
 
+/// A name with this registry's id, no longer than a stream of any kind takes it.
+CString CAudioParamRegistry::fullNameOf(const CString& text) const {
+    return id + ":" + text.substring(0, kLongestName);
+}
+
 CString CAudioParamRegistry::programName(int index) const {
     platform::CSpinGuard hold(nameLock);
     return sessionBank.presets[index].name;
@@ -233,11 +241,12 @@ void CAudioParamRegistry::setProgramName(int index, const CString& presetName) {
 void CAudioParamRegistry::renamePreset(int index, const CString& newName, const void* originator) {
     platform::CLockGuard hold(presetLock);
     if (!master || index < 0 || index >= sessionBank.presets.ssize()) return;
-    setProgramName(index, id + ":" + newName);
+    const CString presetName = fullNameOf(newName);
+    setProgramName(index, presetName);
     announce(originator);
     if (index != currentProgram || !nameParam) return;
     auto record = std::make_unique<CAudioParamUndoRecord>("Program name change", false, -1);
-    setNameParam(id + ":" + newName, 0, record.get(), this);
+    setNameParam(presetName, 0, record.get(), this);
     if (undoObject) undoObject->add(std::move(record));
 }
 
@@ -266,7 +275,7 @@ void CAudioParamRegistry::announce(const void* originator) {
 
 void CAudioParamRegistry::onNameParamChanged(const CString& text, const void* originator) {
     if (!master) return;
-    const CString presetName = id + ":" + text;
+    const CString presetName = fullNameOf(text);
     const int index = currentProgram;
     if (programName(index) == presetName) return;
     setProgramName(index, presetName);

@@ -109,6 +109,7 @@ private:
     void spreadPersistent(const CAudioPreset& current);
 
     CString activationName(int group) const;
+    CString fullNameOf(const CString& text) const;
     CString programName(int index) const;
     void setProgramName(int index, const CString& presetName);
     void setNameParam(const CString& presetName, int group, CParamUndoRecord* undo,

@@ -137,10 +137,14 @@ void CAudioParamRegistry::masterReset() {
 }
 
 /// Reads every entry as its parameter would, before the first one is touched: versions, element
-/// sizes, data types and counts. Entries that no definition knows are skipped here as later.
+/// sizes, data types and counts. Entries that nothing declares are skipped here as later.
 CErrorResult CAudioParamRegistry::checkEntries(const CAudioPreset& preset) {
+    platform::CLockGuard hold(paramsLock);
+    drainPending();
     for (const auto& [key, block] : preset.entries) {
-        const CAudioParamInfo* info = findDefinition(hierarchy + key);
+        const auto live = params.find(key);
+        const CAudioParamInfo* info = live == params.end() ? nullptr : live->second->getInfo();
+        if (!info) info = findDefinition(hierarchy + key);
         if (!info) continue;
         CMemoryReader reader(block);
         CString blockName;

@@ -22,7 +22,7 @@ public:
     ~CSlotParamListener() override { attach(nullptr, nullptr); }
     void onUpdate(const CUpdateRecord*) override {
         owner->needsBinding.store(true, std::memory_order_release);
-        owner->buildExportNames();
+        owner->deferExportNames();
     }
 };
 
@@ -31,7 +31,7 @@ class CAudioVizCollector::CNameParamListener : public COwnedUpdateListener<CAudi
 public:
     using COwnedUpdateListener::COwnedUpdateListener;
     ~CNameParamListener() override { attach(nullptr, nullptr); }
-    void onUpdate(const CUpdateRecord*) override { owner->buildExportNames(); }
+    void onUpdate(const CUpdateRecord*) override { owner->deferExportNames(); }
 };
 
 CAudioVizCollector::CAudioVizCollector() {
@@ -77,6 +77,7 @@ CErrorResult CAudioVizCollector::initExport() {
 
 void CAudioVizCollector::prepareDestroy() {
     paramListeners.clear();
+    if (collector) collector->cancelDeferredCalls(*this);
     if (slotManager) {
         for (int group = 0; group < kVizGroups; group++)
             if (ownsSlotOfGroup[static_cast<size_t>(group)])
@@ -343,6 +344,16 @@ CErrorResult CAudioVizCollector::saveExportNames(COutputStream& stream) {
     else
         LUM_TRY(stream.writeValue(uint32_t{0}));
     return nullptr;
+}
+
+/// The names read several parameters, and a listener must not wait for another one's guard.
+void CAudioVizCollector::deferExportNames() {
+    if (!areNamesDue.exchange(true)) collector->deferCall(*this, 0, 0.0);
+}
+
+void CAudioVizCollector::onDeferredCall(int32_t, double) {
+    areNamesDue = false;
+    buildExportNames();
 }
 
 void CAudioVizCollector::buildExportNames() {

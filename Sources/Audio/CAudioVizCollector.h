@@ -28,7 +28,7 @@ struct CVizItem : public CLumMemAllocator {
 /// to its clients and, by the export slots, to other instances. Processes post records on the audio
 /// thread; clients listen and fetch on a message thread. Notifies when the export names have
 /// changed.
-class CAudioVizCollector : public CObject, public CUpdateNotifier {
+class CAudioVizCollector : public CObject, public CUpdateNotifier, public CDeferredCallTarget {
 public:
     CAudioVizCollector();
     ~CAudioVizCollector() override;
@@ -72,6 +72,8 @@ private:
     void updateOwnedSlot(int slot, int group) LUM_REALTIME;
     CErrorResult saveSlotData(COutputStream& stream);
     void takeFromSlot(CVizSlot& slot, const CString& source, CRecords& out);
+    void deferExportNames();
+    void onDeferredCall(int32_t argument, double value) override;
     void buildExportNames();
 
     CAudioEnv* env = nullptr;
@@ -102,6 +104,7 @@ private:
     int32_t versionSeenByMessages = -1;
     int32_t versionSeenByBlocks = -1;
     std::atomic<bool> needsBinding{false};
+    std::atomic<bool> areNamesDue{false}; // a call is on its way
 };
 
 } // namespace lum

@@ -106,8 +106,8 @@ public:
     /// Carries out parameter writes that the audio thread has left behind. Control threads,
     /// whenever one comes by.
     void drainControlWrites();
-    /// The state as one block of bytes: of the present program or of the whole bank, with or without
-    /// the 16 reserved bytes that hosts store in front.
+    /// The state as one block of bytes: of the present program or of the whole bank, with or
+    /// without the 16 reserved bytes that hosts store in front.
     CErrorResult getState(CByteBuffer& out, bool isPreset, bool withPrefix);
     /// Takes such a block. On failure nothing has changed.
     CErrorResult setState(const void* data, size_t size, bool isPreset, bool withPrefix);

@@ -162,17 +162,19 @@ void CAudioWrapper::importChannelLabels() {
     platform::CLockGuard hold(routingLock);
     CVector<CString> labels = inputLabels;
     labels.append(sideChainLabels);
-    CAudioParamGuard guard(*names);
     if (labels.empty() || !hasType(names, ParamDataType::String)) return;
-    bool isEqual = true;
-    for (int i = 0; i < labels.ssize(); i++)
-        isEqual = isEqual && names->getValues().readString(0, i) == labels[i];
-    if (isEqual) return;
     auto record = std::make_unique<CAudioParamUndoRecord>("Channel label import", false, -1);
-    CChangeContext change;
-    change.undo = record.get();
-    writeTexts(guard, labels, change);
-    interfaceBase->add(std::move(record));
+    {
+        CAudioParamGuard guard(*names);
+        bool isEqual = true;
+        for (int i = 0; i < labels.ssize(); i++)
+            isEqual = isEqual && names->getValues().readString(0, i) == labels[i];
+        if (isEqual) return;
+        CChangeContext change;
+        change.undo = record.get();
+        writeTexts(guard, labels, change);
+    }
+    interfaceBase->add(std::move(record)); // the undo lock stands outside the guards
 }
 
 } // namespace lum

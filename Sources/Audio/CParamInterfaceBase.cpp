@@ -36,6 +36,12 @@ int32_t touchKey(int group, int element) {
     return element << 8 | group;
 }
 
+/// Whether the elements of a change can be in a parameter at all.
+bool isPlace(const CAudioParamChange& change) {
+    return change.group >= 0 && change.group < kMaxParamGroups && change.firstElement >= 0 &&
+           change.firstElement <= kMaxParamGroupValues - change.elementCount;
+}
+
 } // namespace
 
 /// One per listen id: turns the collector's notifications into messages.
@@ -196,7 +202,7 @@ CErrorResult CParamInterfaceBase::onChangeParam() {
     CAudioParam& param = found->second->getParam();
     const CAudioParamInfo* info = param.getInfo();
     if (!info || change.format.elementSize != info->format.elementSize ||
-        change.format.dataType != info->format.dataType || change.group == kDefinitionGroup)
+        change.format.dataType != info->format.dataType || !isPlace(change))
         return nullptr;
     CAudioParamUndoRecord* record = findRecord(undoId);
     // The host is told before the guard is taken: it may be inside a call that waits for it.

@@ -12,8 +12,9 @@ namespace lum {
 
 namespace {
 constexpr const CCreatorRow* kCreatorTables[] = {
-    kCoreCreators, kAudioParamCreators, kAudioProcessCreators, kFilterCreators, kAudioHostCreators,
-    kAudioStateCreators, nullptr,
+    kCoreCreators,   kAudioParamCreators, kAudioProcessCreators,
+    kFilterCreators, kAudioHostCreators,  kAudioStateCreators,
+    nullptr,
 };
 } // namespace
 

@@ -43,7 +43,8 @@ public:
     size_t size() const noexcept { return bytes; }
     bool empty() const noexcept { return bytes == 0; }
     friend bool operator==(const CByteBuffer& a, const CByteBuffer& b) noexcept {
-        return a.bytes == b.bytes && (a.bytes == 0 || std::memcmp(a.data(), b.data(), a.bytes) == 0);
+        return a.bytes == b.bytes &&
+               (a.bytes == 0 || std::memcmp(a.data(), b.data(), a.bytes) == 0);
     }
 
 private:

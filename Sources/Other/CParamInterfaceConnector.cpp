@@ -138,7 +138,13 @@ CErrorResult CParamInterfaceClientConnectorUni::processBaseData() {
         return LUM_FAIL(
             "@lumstr_CParamInterfaceClientConnectorUni_processBaseData No client object "
             "defined.");
-    for (const CByteBuffer& message : taken) LUM_TRY(client->receiveMessage(message));
+    CErrorResult failure; // one message that fails costs the others nothing
+    for (const CByteBuffer& message : taken)
+        if (CErrorResult error = client->receiveMessage(message)) {
+            if (failure) logAndDropError(std::move(failure));
+            failure = std::move(error);
+        }
+    LUM_TRY(std::move(failure));
     return nullptr;
 }
 

@@ -16,7 +16,7 @@
 class PluginFile {
 public:
     PluginFile() {
-        setenv("XDG_CONFIG_HOME", "/dev/null", 1); // no settings of the user
+        setenv("XDG_CONFIG_HOME", settingsFolder().c_str(), 1);
         handle = dlopen(LUM_PLUGIN, RTLD_NOW | RTLD_LOCAL);
         EXPECT_NE(handle, nullptr) << dlerror();
     }
@@ -28,6 +28,11 @@ public:
 
     lum::vst::PluginEntry entry(const char* name = lum::vst::kEntryName) const {
         return reinterpret_cast<lum::vst::PluginEntry>(dlsym(handle, name));
+    }
+    /// Where the plug-in looks for settings; none of the user's unless a test says so.
+    static std::string& settingsFolder() {
+        static std::string folder = "/dev/null";
+        return folder;
     }
     static bool isStillMapped() {
         void* mapped = dlopen(LUM_PLUGIN, RTLD_NOW | RTLD_NOLOAD);

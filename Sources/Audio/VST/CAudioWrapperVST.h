@@ -97,7 +97,7 @@ private:
     std::atomic<int> outputBusChannels{0};
     CArrangement inputArrangement; // main thread
     CArrangement outputArrangement;
-    CByteBuffer chunk; // what the host was given last
+    CByteBuffer chunk;              // what the host was given last
     bool isDoublePrecision = false; // the host's last request
     bool allowsLabelImport = true;
     bool hasResumed = false;

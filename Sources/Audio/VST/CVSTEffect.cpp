@@ -42,7 +42,8 @@ const CVSTEffect::COpcodeRow CVSTEffect::kOpcodes[] = {
     {kEffectSetProgramName,
      [](CVSTEffect& self, const CHostCall& call) -> intptr_t {
          const auto* text = static_cast<const char*>(call.ptr);
-         if (text) self.setProgramName(CString::fromUtf8({text, strnlen(text, kProgramName)}));
+         // Kept whole; it is cut where it is shown.
+         if (text) self.setProgramName(CString::fromUtf8({text, std::strlen(text)}));
          return 0;
      }},
     {kEffectGetProgramName,

@@ -38,7 +38,9 @@ protected:
     /// The state of the present program or of the bank; null: no state to be had. The bytes stay
     /// valid until the next call.
     virtual const void* getChunk(bool /*isPreset*/, size_t& /*size*/) { return nullptr; }
-    virtual bool setChunk(const void* /*data*/, size_t /*size*/, bool /*isPreset*/) { return false; }
+    virtual bool setChunk(const void* /*data*/, size_t /*size*/, bool /*isPreset*/) {
+        return false;
+    }
     virtual bool setSpeakerArrangement(const vst::SpeakerArrangement&,
                                        const vst::SpeakerArrangement&) {
         return false;
