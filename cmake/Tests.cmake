@@ -45,6 +45,7 @@ add_dependencies(tests_tools lum_palettes)
 add_test(NAME image_compiler
          COMMAND ${CMAKE_SOURCE_DIR}/Tests/Tools/ImageCompilerTest.sh $<TARGET_FILE:sorrel-isc>)
 
-# g++ 12 takes the long branch of a standard string's assignment for a fault here.
-set_source_files_properties(${CMAKE_SOURCE_DIR}/Tests/Core/TextReaderTest.cpp PROPERTIES
-  COMPILE_OPTIONS "-Wno-array-bounds;-Wno-stringop-overflow")
+# g++ 12 takes the long branch of a standard string's assignment for a fault in these.
+set_source_files_properties(
+  ${CMAKE_SOURCE_DIR}/Tests/Core/TextReaderTest.cpp ${CMAKE_SOURCE_DIR}/Tests/Other/CSVTableTest.cpp
+  PROPERTIES COMPILE_OPTIONS "-Wno-array-bounds;$<$<CXX_COMPILER_ID:GNU>:-Wno-stringop-overflow>")
