@@ -263,7 +263,7 @@ TEST_F(Collector, threadsAgreeInTheEnd) {
     std::vector<const CAudioParamInfo*> infos{
         &infoOf({{"def-values", "1,2"}}), &textInfo(),
         &infoOf({{"data-type", "raw"}, {"converter", "shared::text"}})};
-    for (int i = 0; i < kThreads; i++) bound(infos[i]->fullName.toUtf8().c_str(), *infos[i]);
+    for (const CAudioParamInfo* info : infos) bound(info->fullName.toUtf8().c_str(), *info);
     CByteBuffer palette;
     palette.resize(10000);
     std::memset(palette.data(), 7, palette.size());
@@ -291,7 +291,7 @@ TEST_F(Collector, threadsAgreeInTheEnd) {
     while (running > 0) collector->takePendingChanges();
     for (std::thread& writer : writers) writer.join();
     collector->takePendingChanges();
-    for (int i = 0; i < 2; i++) {
+    for (size_t i = 0; i < 2; i++) {
         CAudioParam& param = collector->getParam(infos[i]->fullName);
         expectSame(param.getValues(), param.getAudioValues());
     }

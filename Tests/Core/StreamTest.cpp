@@ -183,7 +183,7 @@ TEST(Stream, theWriteBufferGrowsByItsTableAndKeepsEveryByte) {
 }
 
 TEST(Stream, lz4BlocksComeBackInPlaceAndByCopy) {
-    for (const size_t size : {0, 1, 63, 64, 65, 5000, 40000}) {
+    for (const size_t size : std::initializer_list<size_t>{0, 1, 63, 64, 65, 5000, 40000}) {
         const CByteBuffer data = noise(size, 3);
         CWriteSeqBuffer stream;
         ASSERT_FALSE(stream.writeCompressedDataLZ4(data, kDataBlock));

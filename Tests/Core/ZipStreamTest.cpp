@@ -57,7 +57,8 @@ struct CTrickle : CInputStream {
 } // namespace
 
 TEST(ZipStream, blocksOfAnySizeComeBack) {
-    for (const size_t size : {0, 1, 64, 65, 32767, 32768, 32769, 400000}) {
+    for (const size_t size :
+         std::initializer_list<size_t>{0, 1, 64, 65, 32767, 32768, 32769, 400000}) {
         const CByteBuffer data = sampleData(size);
         const CByteBuffer block = blockOf(data);
         CByteBuffer out;
