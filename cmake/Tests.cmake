@@ -12,6 +12,8 @@ function(lum_test name folder)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
   target_compile_definitions(${name} PRIVATE LUM_TEST_DATA="${CMAKE_SOURCE_DIR}/Tests/Data")
   target_link_libraries(${name} PRIVATE ${ARGN} GTest::gtest GTest::gtest_main)
+  # What g++ leaves out of -Wconversion, clang does not.
+  target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-Wno-sign-conversion>)
   target_precompile_headers(${name} PRIVATE <gtest/gtest.h> <map> <memory> <string> <vector>)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST)
 endfunction()
