@@ -18,7 +18,7 @@ struct CAreaSpec {
     std::vector<CAreaSpec> children;
 };
 
-/// Areas of a tree of specs, in one network.
+/// The areas of a described tree, in one network.
 class CAreaTree {
 public:
     struct CNode : lum::CViewAreaUpdateHandler {
