@@ -45,12 +45,7 @@ check_gcc() { build_all release; }
 # Built by clang: the second compiler whose warnings count.
 check_asan() { build_all asan && run_tests asan; }
 
-# Only the programs that have tests in which threads meet.
-check_tsan() {
-  configure tsan -DLUM_TESTS=ON -DLUM_BENCHMARKS=OFF || return 1
-  ninja -C build/tsan tests_platform tests_core tests_audio tests_other || return 1
-  run_tests tsan -R "$THREADED_TESTS"
-}
+check_tsan() { build_tsan && run_tests tsan -R "$THREADED_TESTS"; }
 
 check_realtime() { build/release/tests_realtime; }
 
