@@ -19,11 +19,12 @@ constexpr int64_t kShortestSwitch = 12;    // bytes of a number and an empty str
 constexpr int64_t kShortestPreset = 8;     // bytes of an empty name and an entry count
 constexpr int64_t kShortestEntry = 8;      // bytes of an empty key and a size
 constexpr int64_t kShortestBank = 8;       // bytes of an empty name and a preset count
+constexpr int64_t kMostItems = 16384;      // of one kind in a stream, however short they are
 
 CErrorResult readCount(CInputStream& stream, uint32_t& count, int64_t shortestItem) {
     LUM_TRY(stream.readValue(count));
     int64_t left = stream.bytesLeft();
-    if (left >= 0 && count > left / shortestItem)
+    if (count > kMostItems || (left >= 0 && count > left / shortestItem))
         return LUM_FAIL("@lumstr_CAudioParamInfo_load_Count Invalid item count %1 encountered.",
                         count);
     return nullptr;
@@ -49,8 +50,8 @@ CErrorResult readPresetName(CInputStream& stream, CString& name) {
         CString key;
         uint32_t size = 0;
         LUM_TRY(stream.readString(key));
-        LUM_TRY(readCount(stream, size, 1));
-        LUM_TRY(stream.skip(size));
+        LUM_TRY(stream.readValue(size));
+        LUM_TRY(stream.skip(size)); // fails where the stream cannot hold so much
     }
     return nullptr;
 }

@@ -412,7 +412,8 @@ CErrorResult CParamInterfaceBase::onActivatePreset() {
     int32_t group = 0;
     LUM_TRY(readRegistry(registry));
     LUM_TRY(readArgument(group));
-    if (registry) LUM_TRY(registry->activatePreset(*input, false, group));
+    if (!registry || group >= kMaxParamGroups) return nullptr;
+    LUM_TRY(registry->activatePreset(*input, false, group));
     return nullptr;
 }
 

@@ -12,6 +12,7 @@ public:
     CParamMessage& add(bool value) { return add(static_cast<int32_t>(value)); }
     CParamMessage& add(double value) { return keep(buffer.writeValue(value)); }
     CParamMessage& add(const CString& text) { return keep(buffer.writeString(text)); }
+    CParamMessage& add(const char* text) { return add(CString(text)); } // which is no truth value
     /// Anything with a stream form.
     template <class T>
     CParamMessage& addObject(const T& object) {

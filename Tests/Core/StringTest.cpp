@@ -87,8 +87,11 @@ TEST(StringTest, ordersByCodeUnitWhateverTheForm) {
     EXPECT_NE(CString("ab"), "abc");
 }
 
-TEST(StringTest, utf8DropsWhatIsNoCharacter) {
-    EXPECT_EQ(CString(u"a\xD83D\xDE00z\x20AC").toUtf8(), "az\xE2\x82\xAC");
+TEST(StringTest, utf8KeepsPairsAndDropsWhatIsNoCharacter) {
+    const std::string pair = "a\xF0\x9F\x98\x80z\xE2\x82\xAC";
+    EXPECT_EQ(CString(u"a\xD83D\xDE00z\x20AC").toUtf8(), pair);
+    EXPECT_EQ(CString::fromUtf8(pair).toUtf8(), pair);
+    EXPECT_EQ(CString(u"a\xDE00\xD83Dz\xD83D").toUtf8(), "az");
     EXPECT_EQ(CString::fromUtf8("a\xFF\x80z\xC3"), "az");
     EXPECT_EQ(CString::fromUtf8("\xC3\xA9"), "\xE9");
 }
