@@ -56,6 +56,7 @@ void CAudioParamUndo::getHistoryNames(CVector<CString>& names, int& position) {
 }
 
 void CAudioParamUndo::setPosition(int position, bool isNotifying) {
+    const CDeferredCallHold held(*collector); // the host may be in a call that takes the undo lock
     platform::CLockGuard hold(undoLock);
     if (!history || position < 0 || position > history->records.ssize()) return;
     if (position == history->position) return;
@@ -125,9 +126,10 @@ void CAudioParamUndoRecord::recordBefore(const CString& paramName, int group,
 
 void CAudioParamUndoRecord::recordAfter(const CString& paramName, int group,
                                         const CAudioParamStorage& storage) {
-    CSnapshots& snapshots = entries[paramName];
-    const auto found = snapshots.find(group);
-    if (found != snapshots.end())
+    const auto entry = entries.find(paramName);
+    if (entry == entries.end()) return;
+    const auto found = entry->second.find(group);
+    if (found != entry->second.end())
         found->second.after = CAudioParamChange::ofGroup(storage, group, nullptr);
 }
 
