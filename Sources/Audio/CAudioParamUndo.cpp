@@ -24,7 +24,7 @@ CErrorResult CAudioParamUndo::init() {
 
 void CAudioParamUndo::add(std::unique_ptr<CAudioParamUndoRecord> record) {
     platform::CLockGuard hold(undoLock);
-    if (record->empty()) return;
+    if (record->empty() || (record->epoch >= 0 && record->epoch != epoch)) return;
     if (!history) history = std::make_unique<CAudioParamHistory>();
     if (mergeIntoLast(*record)) return;
     while (history->records.ssize() > history->position) history->records.pop_back();
@@ -79,6 +79,7 @@ void CAudioParamUndo::replay(const CAudioParamUndoRecord& record, bool isUndo) {
 
 void CAudioParamUndo::clear(bool isNotifying) {
     platform::CLockGuard hold(undoLock);
+    epoch++;
     history.reset();
     if (isNotifying) onHistoryChanged();
 }
@@ -86,6 +87,7 @@ void CAudioParamUndo::clear(bool isNotifying) {
 void CAudioParamUndo::exchangeHistory(std::unique_ptr<CAudioParamHistory>& out,
                                       std::unique_ptr<CAudioParamHistory> in) {
     platform::CLockGuard hold(undoLock);
+    epoch++;
     std::unique_ptr<CAudioParamHistory> old = std::move(history);
     history = std::move(in);
     out = std::move(old);

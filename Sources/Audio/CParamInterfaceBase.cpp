@@ -238,7 +238,9 @@ CErrorResult CParamInterfaceBase::onCreateUndoData() {
     int32_t mergeKey = 0;
     LUM_TRY(read(undoId, name, isMergeable, mergeKey));
     if (CAudioParamUndoRecord* old = findRecord(undoId)) endEdits(*old);
-    openRecords[undoId] = std::make_unique<CAudioParamUndoRecord>(name, isMergeable != 0, mergeKey);
+    auto record = std::make_unique<CAudioParamUndoRecord>(name, isMergeable != 0, mergeKey);
+    record->epoch = getEpoch();
+    openRecords[undoId] = std::move(record);
     return nullptr;
 }
 

@@ -194,8 +194,15 @@ TEST_F(Undo, eachProgramHasItsHistory) {
     edit(2.0);
     edit(3.0);
     go(1);
+    int32_t gesture = 0;
+    const double value = 2.0;
+    ASSERT_FALSE((*one)->createUndoData(gesture, "Gesture", false, -1));
+    ASSERT_FALSE((*one)->changeParam(
+        gainsId, gesture,
+        CAudioParamChange::ofValues(formatOf(kGains), 0, 0, &value, 1, false, nullptr)));
     ASSERT_FALSE((*one)->setCurrentProgram(registryId, 2));
-    EXPECT_EQ(steps(), 0);
+    ASSERT_FALSE((*one)->submitUndoData(gesture, ""));
+    EXPECT_EQ(steps(), 0) << "a gesture that began in another program is no step of this one";
     edit(1.2);
     ASSERT_FALSE((*one)->setCurrentProgram(registryId, 0));
     EXPECT_EQ(steps(), 2);
