@@ -102,13 +102,13 @@ void CAudioParam::setValue(double value, int group, const void* originator,
 }
 
 void CAudioParam::setString(int group, int element, const CString& text, const void* originator,
-                            CAudioParamGuard* guard) {
+                            CAudioParamGuard* guard, const CChangeContext& context) {
     CUsedGuard used(*this, guard);
     if (!isBound() || values.getFormat().dataType != ParamDataType::String) return;
     CAudioParamChange change;
     change.data = std::make_unique<CAudioParamData>();
     change.values.push_back(change.data->addString(text));
-    setItem(group, element, change, originator, used.get());
+    setItem(group, element, change, originator, used.get(), context);
 }
 
 void CAudioParam::setRaw(int group, int element, const CByteBuffer& bytes, const void* originator,
@@ -122,13 +122,13 @@ void CAudioParam::setRaw(int group, int element, const CByteBuffer& bytes, const
 }
 
 void CAudioParam::setItem(int group, int element, CAudioParamChange& change, const void* originator,
-                          CAudioParamGuard& guard) {
+                          CAudioParamGuard& guard, const CChangeContext& context) {
     change.group = group;
     change.firstElement = element;
     change.elementCount = 1;
     change.originator = originator;
     change.format = values.getFormat();
-    applyChange(change, {}, &guard);
+    applyChange(change, context, &guard);
 }
 
 CString CAudioParam::getString(int group, int element, CAudioParamGuard* guard) {

@@ -116,7 +116,7 @@ public:
     void setValue(double value, int group, const void* originator,
                   CAudioParamGuard* guard = nullptr);
     void setString(int group, int element, const CString& text, const void* originator,
-                   CAudioParamGuard* guard = nullptr);
+                   CAudioParamGuard* guard = nullptr, const CChangeContext& context = {});
     void setRaw(int group, int element, const CByteBuffer& bytes, const void* originator,
                 CAudioParamGuard* guard = nullptr);
     CString getString(int group, int element, CAudioParamGuard* guard = nullptr);
@@ -158,7 +158,7 @@ private:
     void resetElement(int group, int element, const CChangeContext& context, bool isSingleSource,
                       CAudioParamGuard& guard);
     void setItem(int group, int element, CAudioParamChange& change, const void* originator,
-                 CAudioParamGuard& guard);
+                 CAudioParamGuard& guard, const CChangeContext& context = {});
     CErrorResult loadValues(CInputStream& stream, CAudioParamStorage& target) const;
     void takeAllGroups(const CAudioParamStorage& loaded, const CChangeContext& context,
                        CAudioParamGuard& guard);

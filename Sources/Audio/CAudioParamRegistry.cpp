@@ -263,19 +263,10 @@ void CAudioParamRegistry::renamePreset(int index, const CString& newName, const 
 
 void CAudioParamRegistry::setNameParam(const CString& presetName, int group, CParamUndoRecord* undo,
                                        const void* originator) {
-    if (!nameParam || !nameParam->isBound()) return;
-    CAudioParamGuard guard(*nameParam);
-    CAudioParamChange change;
-    change.group = group;
-    change.elementCount = 1;
-    change.originator = originator;
-    change.format = nameParam->getInfo()->format;
-    if (change.format.dataType != ParamDataType::String) return;
-    change.data = std::make_unique<CAudioParamData>();
-    change.values.push_back(change.data->addString(CAudioPreset::nameOf(presetName)));
+    if (!nameParam) return;
     CChangeContext context;
     context.undo = undo;
-    nameParam->applyChange(change, context, &guard);
+    nameParam->setString(group, 0, CAudioPreset::nameOf(presetName), originator, nullptr, context);
 }
 
 void CAudioParamRegistry::setRoutingProvider(CAudioRoutingInfoProvider* provider) {

@@ -162,7 +162,9 @@ TEST_F(Undo, anElementThatTwoClientsHoldIsBegunAndEndedOnce) {
     EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{5})) << "still held";
     ASSERT_FALSE((*two)->submitUndoData(second, ""));
     EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{5, -5}));
-    EXPECT_EQ(one->history(), (std::vector<std::string>{"Undo history start", "One", "Two"}));
+    for (TestClient* client : {one.get(), two.get()})
+        EXPECT_EQ(client->history(),
+                  (std::vector<std::string>{"Undo history start", "One", "Two"}));
     EXPECT_EQ(ear.value(0, 4), 2.6);
     EXPECT_EQ(otherEar.value(0, 4), 2.6);
 }
