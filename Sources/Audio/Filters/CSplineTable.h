@@ -21,20 +21,6 @@ public:
               int decimation) const LUM_REALTIME;
 
 private:
-    struct CPoint {
-        double x;
-        double y;
-    };
-    struct CGrid {
-        double* values;
-        int size;
-    };
-    double stepsOfSegment(const CPoint& a, const CPoint& b, int resolution) const;
-    CPoint pointAt(const CPoint (&points)[4], int position) const;
-    static void drawLine(const CGrid& grid, CPoint from, CPoint to);
-    static void setOnce(const CGrid& grid, int position, double value);
-    static void decimate(double* out, int resolution, int decimation);
-
     int count;
     double density;          // steps per grid position of curve length
     CSampleBlockRef weights; // [count][4]: before, at, after, two after

@@ -102,7 +102,7 @@ using CLoops = CSpectrumLoops<CVec4>;
 const CVectorCode kVectorCodePlain = {
     &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::addRows,           &CLoops::dotProduct,
+    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };
 
 } // namespace lum
