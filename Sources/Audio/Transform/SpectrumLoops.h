@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 /// Spectrum products and weighted sums, written once for any type V of four lanes, as the passes of
 /// TransformPasses.h are.
 namespace lum {
@@ -74,23 +76,28 @@ struct CSpectrumLoops {
         }
     }
 
-    /// Eight rows at a time, so that a sum is read and written once for eight products.
-    static void addRows(const double* rows, int stride, const double* weights, int rowCount,
+    /// Eight rows at a time, so that a sum is read and written once for eight products. The first
+    /// ones set the sums.
+    static void sumRows(const double* rows, int stride, const double* weights, int rowCount,
                         double* sums, int count) {
+        if (rowCount < 8) std::fill_n(sums, count, 0.0);
         int r = 0;
-        for (; r + 8 <= rowCount; r += 8)
-            addSomeRows<8>(rows + r * stride, stride, weights + r, sums, count);
+        for (; r + 8 <= rowCount; r += 8) {
+            const auto step = r == 0 ? &addSomeRows<8, false> : &addSomeRows<8, true>;
+            step(rows + r * stride, stride, weights + r, sums, count);
+        }
         for (; r < rowCount; r++)
-            addSomeRows<1>(rows + r * stride, stride, weights + r, sums, count);
+            addSomeRows<1, true>(rows + r * stride, stride, weights + r, sums, count);
     }
-    template <int Rows>
+    template <int Rows, bool IsAdding>
     static void addSomeRows(const double* rows, int stride, const double* weights, double* sums,
                             int count) {
         V w[Rows];
         for (int r = 0; r < Rows; r++) w[r] = V::broadcast(weights[r]);
         int t = 0;
         for (; t + 8 <= count; t += 8) { // two chains, as each waits for its last product
-            V first = V::load(sums + t), second = V::load(sums + t + 4);
+            V first = IsAdding ? V::load(sums + t) : V::broadcast(0.0);
+            V second = IsAdding ? V::load(sums + t + 4) : V::broadcast(0.0);
             for (int r = 0; r < Rows; r++) {
                 first = mulAdd(w[r], V::load(rows + r * stride + t), first);
                 second = mulAdd(w[r], V::load(rows + r * stride + t + 4), second);
@@ -98,8 +105,10 @@ struct CSpectrumLoops {
             first.store(sums + t);
             second.store(sums + t + 4);
         }
-        for (; t < count; t++)
+        for (; t < count; t++) {
+            if (!IsAdding) sums[t] = 0.0;
             for (int r = 0; r < Rows; r++) sums[t] += weights[r] * rows[r * stride + t];
+        }
     }
 
     static double dotProduct(const double* a, const double* b, int count) {
