@@ -1,4 +1,5 @@
-# Tests of the host program, against a small plug-in of their own.
+# Tests of the host program, against a small plug-in of their own and, for the files of states, the
+# product's.
 add_library(test_plugin MODULE ${CMAKE_SOURCE_DIR}/Tests/HostProgram/TestPlugin.cpp)
 target_include_directories(test_plugin PRIVATE ${CMAKE_SOURCE_DIR}/Sources)
 set_target_properties(test_plugin PROPERTIES PREFIX "" OUTPUT_NAME TestPlugin)
@@ -7,9 +8,10 @@ file(GLOB LUM_HOST_TESTS CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Tests/HostProgram
 add_executable(tests_hostprogram ${LUM_HOST_TESTS})
 target_include_directories(tests_hostprogram PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
 target_compile_definitions(tests_hostprogram PRIVATE
-  LUM_TEST_PLUGIN="$<TARGET_FILE:test_plugin>" LUM_HOST_PROGRAM="$<TARGET_FILE:sorrel-host>")
+  LUM_TEST_PLUGIN="$<TARGET_FILE:test_plugin>" LUM_HOST_PROGRAM="$<TARGET_FILE:sorrel-host>"
+  LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>")
 target_link_libraries(tests_hostprogram PRIVATE host_program GTest::gtest GTest::gtest_main)
-add_dependencies(tests_hostprogram test_plugin sorrel-host)
+add_dependencies(tests_hostprogram test_plugin sorrel-host SorrelGEQ)
 gtest_discover_tests(tests_hostprogram DISCOVERY_MODE PRE_TEST)
 
 # The real-time guard stands before the C library's allocator and locks for its whole program, as the

@@ -4,6 +4,8 @@
 #include "Platform/File.h"
 #include "Platform/MessageQueue.h"
 
+#include <atomic>
+
 namespace lum::system {
 
 namespace {
@@ -29,6 +31,8 @@ CModule& module() {
     return known;
 }
 
+std::atomic<bool> focusOnClick{true};
+
 CString detailsOf(const CErrorResult& error) {
     if (!error) return kNoDetails;
     CString details;
@@ -47,6 +51,14 @@ void noteStart() {
 
 double secondsSinceLoad() {
     return platform::clockSeconds() - module().startSeconds;
+}
+
+void setFocusOnClick(bool takesFocus) {
+    focusOnClick.store(takesFocus, std::memory_order_relaxed);
+}
+
+bool isFocusOnClick() {
+    return focusOnClick.load(std::memory_order_relaxed);
 }
 
 CString getModulePath() {

@@ -19,6 +19,11 @@ double secondsSinceLoad();
 CString getModulePath();
 CString getModuleDirectory();
 
+/// Whether a click into an editor's window takes the keyboard focus; true unless the host is one
+/// that wants to keep it. Set by each instance that is made, for the process. Any thread.
+void setFocusOnClick(bool takesFocus);
+bool isFocusOnClick();
+
 /// Posts a message with a value to a receiver of a queue. Any thread. Error: the post's error code.
 CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_t message,
                        intptr_t value);

@@ -117,6 +117,7 @@ void CAudioWrapperVST::readHost() {
     CAppDataGroup::get().getString(isSynced, "vst-func-sync", "false");
     if (isTrue(isSynced) || traits.needsSyncLock) syncLock = std::make_unique<platform::CLock>();
     allowsLabelImport = traits.allowsLabelImport;
+    system::setFocusOnClick(traits.takesFocusOnClick);
     inputChannels = traits.isMultiChannel && !forceTwoChannels ? intChannelCount : 2;
     outputChannels = inputChannels;
     inputBusChannels = inputChannels;
