@@ -9,11 +9,10 @@ target_include_directories(sorrel-isc PRIVATE ${CMAKE_SOURCE_DIR}/Tools)
 target_link_libraries(sorrel-isc PRIVATE lum_other PkgConfig::LUM_RSVG CLI11::CLI11)
 
 file(GLOB image_manifests CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Gfx/Imagesets/*/*.images)
+file(GLOB drawings CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Gfx/Imagesets/*/*.svg) # sets share some
 set(image_files "")
 foreach(manifest IN LISTS image_manifests)
   get_filename_component(name ${manifest} NAME_WE)
-  get_filename_component(folder ${manifest} DIRECTORY)
-  file(GLOB drawings CONFIGURE_DEPENDS ${folder}/*.svg)
   set(image_file ${LUM_GRAPHICS_DIR}/${name}.is)
   add_custom_command(
     OUTPUT ${image_file}
@@ -22,6 +21,6 @@ foreach(manifest IN LISTS image_manifests)
     COMMENT "Building image set ${name}"
     VERBATIM)
   list(APPEND image_files ${image_file})
-  list(APPEND LUM_GRAPHICS_RESOURCES "${name}.is=${image_file}")
+  list(APPEND LUM_GRAPHICS_RESOURCES "../../../Gfx/Imagesets/${name}.is=${image_file}")
 endforeach()
 add_custom_target(lum_images ALL DEPENDS ${image_files})
