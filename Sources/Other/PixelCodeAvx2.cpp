@@ -1,17 +1,16 @@
 #include "Other/ImageRowWalker.h"
 
+#include <cstddef>
 #include <immintrin.h>
 
-// Eight pixels a step, then four, then single ones. Every blend but one is d + ((s - d) * w >> 15)
-// with a weight per byte: on 16-bit lanes that is d + mulhi(2 * (s - d), w), exact with the same
-// floor. An alpha at full opacity, (s - d) * a >> 8, is the weight a * 128 with 0 for the fourth
-// byte.
+// Eight pixels a step, then four, then single ones: runs are short, and behind a run's bytes
+// nothing may be read. Every blend but one is d + ((s - d) * w >> 15) with a weight per byte: on
+// 16-bit lanes that is d + mulhi(2 * (s - d), w), exact with the same floor. An alpha at full
+// opacity, (s - d) * a >> 8, is the weight a * 128 with 0 for the fourth byte.
 
 namespace lum {
 
 namespace {
-
-constexpr int kLowestCoverage = 2; // of a stroke's mask; up to it nothing is drawn
 
 inline __m256i load256(const uint8_t* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
@@ -41,11 +40,6 @@ inline __m256i mix(__m256i s, __m256i d, __m256i weight) {
     const __m256i difference = _mm256_slli_epi16(_mm256_sub_epi16(s, d), 1);
     return _mm256_add_epi16(d, _mm256_mulhi_epi16(difference, weight));
 }
-inline __m128i mix(__m128i s, __m128i d, __m128i weight) {
-    const __m128i difference = _mm_slli_epi16(_mm_sub_epi16(s, d), 1);
-    return _mm_add_epi16(d, _mm_mulhi_epi16(difference, weight));
-}
-
 /// Blends pixels with a weight per 32-bit lane, in its lower 16 bits. Channels: 4, or 3 to keep the
 /// fourth byte.
 template <int Channels>
@@ -63,20 +57,11 @@ inline __m256i blend(__m256i d, __m256i s, __m256i weight) {
     high = mix(_mm256_unpackhi_epi8(s, zero), _mm256_unpackhi_epi8(d, zero), high);
     return _mm256_packus_epi16(low, high);
 }
+/// Four pixels: the lower half of eight.
 template <int Channels>
 inline __m128i blend(__m128i d, __m128i s, __m128i weight) {
-    const __m128i zero = _mm_setzero_si128();
-    weight = _mm_or_si128(weight, _mm_slli_epi32(weight, 16));
-    __m128i low = _mm_unpacklo_epi32(weight, weight);
-    __m128i high = _mm_unpackhi_epi32(weight, weight);
-    if constexpr (Channels == 3) {
-        const __m128i colors = _mm_set1_epi64x(0x0000FFFFFFFFFFFF);
-        low = _mm_and_si128(low, colors);
-        high = _mm_and_si128(high, colors);
-    }
-    low = mix(_mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi8(d, zero), low);
-    high = mix(_mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi8(d, zero), high);
-    return _mm_packus_epi16(low, high);
+    return _mm256_castsi256_si128(blend<Channels>(
+        _mm256_castsi128_si256(d), _mm256_castsi128_si256(s), _mm256_castsi128_si256(weight)));
 }
 
 // Sources of colours and of weights: eight, four or one from pixel i on.
@@ -234,6 +219,27 @@ inline void blendRow(uint8_t* target, int count, Source source, Weight weight) {
     }
 }
 
+/// Eight pixels of one colour, whose channels stand as 16-bit lanes, with eight alphas. Each alpha
+/// goes to the upper bytes of its pixel's three lanes, which is its weight once it is halved.
+inline __m256i blendAlphas(__m256i d, __m256i s, __m256i color, long long alphas) {
+    constexpr char kNone = -1;
+    const __m256i spreadLow = _mm256_setr_epi8(
+        kNone, 0, kNone, 0, kNone, 0, kNone, kNone, kNone, 1, kNone, 1, kNone, 1, kNone, kNone,
+        kNone, 4, kNone, 4, kNone, 4, kNone, kNone, kNone, 5, kNone, 5, kNone, 5, kNone, kNone);
+    const __m256i spreadHigh = _mm256_setr_epi8(
+        kNone, 2, kNone, 2, kNone, 2, kNone, kNone, kNone, 3, kNone, 3, kNone, 3, kNone, kNone,
+        kNone, 6, kNone, 6, kNone, 6, kNone, kNone, kNone, 7, kNone, 7, kNone, 7, kNone, kNone);
+    const __m256i zero = _mm256_setzero_si256();
+    const __m128i bytes = _mm_cvtsi64_si128(alphas);
+    const __m256i twice = _mm256_broadcastq_epi64(bytes);
+    const __m256i low = _mm256_srli_epi16(_mm256_shuffle_epi8(twice, spreadLow), 1);
+    const __m256i high = _mm256_srli_epi16(_mm256_shuffle_epi8(twice, spreadHigh), 1);
+    const __m256i blended = _mm256_packus_epi16(mix(s, _mm256_unpacklo_epi8(d, zero), low),
+                                                mix(s, _mm256_unpackhi_epi8(d, zero), high));
+    const __m256i isOpaque = _mm256_cvtepi8_epi32(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(-1)));
+    return _mm256_blendv_epi8(blended, color, isOpaque);
+}
+
 struct CAvx2Ops {
     static void fill(uint8_t* target, int count, uint32_t color) {
         if (count < 8) { // most runs of glyphs
@@ -284,6 +290,28 @@ struct CAvx2Ops {
         }
     }
 
+    static void alphaRect(const CAlphaRect& rect) {
+        const __m256i color = _mm256_set1_epi32(static_cast<int>(rect.color));
+        const __m256i s = _mm256_unpacklo_epi8(color, _mm256_setzero_si256());
+        // What lies right of the rectangle may be another thread's.
+        const __m256i isInside = _mm256_cmpgt_epi32(_mm256_set1_epi32(rect.width & 7),
+                                                    _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        const int whole = rect.width & ~7;
+        for (int y = 0; y < rect.height; y++) {
+            uint8_t* target = rect.target + static_cast<ptrdiff_t>(y) * rect.targetStride;
+            const uint8_t* alpha = rect.alpha + static_cast<ptrdiff_t>(y) * rect.alphaStride;
+            for (int x = 0; x < whole; x += 8) {
+                uint8_t* at = target + x * 4;
+                store256(at, blendAlphas(load256(at), s, color, loadLong(alpha + x)));
+            }
+            if (whole == rect.width) continue;
+            auto* rest = reinterpret_cast<int*>(target + whole * 4);
+            const __m256i d = _mm256_maskload_epi32(rest, isInside);
+            _mm256_maskstore_epi32(rest, isInside,
+                                   blendAlphas(d, s, color, loadLong(alpha + whole)));
+        }
+    }
+
     static void alphaPairs(uint8_t* target, const uint8_t* pairs, int count,
                            const uint8_t (*table)[4]) {
         blendRow<3>(target, count, CLookedUp<2>{pairs, table}, CPairAlpha{pairs, 128});
@@ -291,13 +319,6 @@ struct CAvx2Ops {
     static void weightPairs(uint8_t* target, const uint8_t* pairs, int count,
                             const uint8_t (*table)[4], int factor) {
         blendRow<4>(target, count, CLookedUp<2>{pairs, table}, CPairAlpha{pairs, factor});
-    }
-    static void storeIndices(uint8_t* target, const uint8_t* indices, int count,
-                             const uint8_t (*table)[4]) {
-        for (int i = 0; i < count; i++) {
-            const uint32_t color = colorAt(table, indices[i]);
-            memcpy(target + i * 4, &color, sizeof color);
-        }
     }
     static void blendIndices(uint8_t* target, const uint8_t* indices, int count,
                              const uint8_t (*table)[4], int weight) {
