@@ -33,26 +33,15 @@ struct CPen {
 };
 
 /// How many lines a segment is drawn with: 1 to `count`, by its length in the plane of x and y.
-double stepsOfSegment(const CPoint& a, const CPoint& b, int resolution, double density, int count) {
+int stepsOfSegment(const CPoint& a, const CPoint& b, int resolution, double density, int count) {
     const double length = std::sqrt((b.x - a.x) * (b.x - a.x) + (b.y - a.y) * (b.y - a.y));
     const double steps = std::round(length * resolution * density);
-    if (!(steps >= 2.0)) return 1.0;
-    return std::min(steps, static_cast<double>(count));
+    if (!(steps >= 2.0)) return 1;
+    return static_cast<int>(std::min(steps, static_cast<double>(count)));
 }
 
-/// weights: of one position.
-CPoint pointAt(const CPoint (&points)[4], const double* weights) {
-    CPoint result{0.0, 0.0};
-    for (int k = 0; k < 4; k++) {
-        result.x += weights[k] * points[k].x;
-        result.y += weights[k] * points[k].y;
-    }
-    return result;
-}
-
-CPen penAt(const CGrid& grid, const CPoint& point) {
-    const double place = point.x * (grid.size - 1);
-    return {place, roundToInt(place), point.y};
+CPen penAt(double place, double y) {
+    return {place, roundToInt(place), y};
 }
 
 void setOnce(const CGrid& grid, int position, double value) {
@@ -96,17 +85,37 @@ void decimate(double* out, int resolution, int decimation) {
 } // namespace
 
 CSplineTable::CSplineTable(CSampleBlockPool& pool, int entryCount, double pointDensity, Shape shape)
-    : count(entryCount), density(pointDensity), weights(pool.take(4 * entryCount)) {
+    : count(entryCount),
+      density(pointDensity),
+      weights(pool.take(4 * entryCount)),
+      segment(pool.take(2 * entryCount)) {
     double* w = weights.samples();
-    for (int i = 0; i < count; i++, w += 4) {
+    for (int i = 0; i < count; i++) {
         const double t = static_cast<double>(i + 1) / count;
         const double t2 = t * t, t3 = t2 * t;
         const bool isCubic = shape == Shape::Cubic;
-        w[0] = isCubic ? -0.5 * t3 + t2 - 0.5 * t : 0.0;
-        w[1] = isCubic ? 1.5 * t3 - 2.5 * t2 + 1.0 : 1.0 - t;
-        w[2] = isCubic ? -1.5 * t3 + 2.0 * t2 + 0.5 * t : t;
-        w[3] = isCubic ? 0.5 * t3 - 0.5 * t2 : 0.0;
+        w[i] = isCubic ? -0.5 * t3 + t2 - 0.5 * t : 0.0;
+        w[i + count] = isCubic ? 1.5 * t3 - 2.5 * t2 + 1.0 : 1.0 - t;
+        w[i + 2 * count] = isCubic ? -1.5 * t3 + 2.0 * t2 + 0.5 * t : t;
+        w[i + 3 * count] = isCubic ? 0.5 * t3 - 0.5 * t2 : 0.0;
     }
+}
+
+/// One coordinate at `steps` equally spaced positions of a segment, times `factor`. A long segment
+/// takes every entry of the table, in a loop that becomes vector code.
+void CSplineTable::fillSegment(const double (&p)[4], int steps, double factor, double* out) const {
+    const double* const w = weights.samples();
+    auto at = [&](int i) {
+        const double value =
+            w[i] * p[0] + w[i + count] * p[1] + w[i + 2 * count] * p[2] + w[i + 3 * count] * p[3];
+        return value * factor;
+    };
+    const double stride = count / static_cast<double>(steps);
+    if (steps == count)
+        for (int i = 0; i < steps; i++) out[i] = at(i);
+    else
+        for (int s = 1; s <= steps; s++)
+            out[s - 1] = at(std::clamp(roundToInt(s * stride), 1, count) - 1);
 }
 
 void CSplineTable::draw(const double* x, const double* y, int n, double* out, int resolution,
@@ -117,16 +126,17 @@ void CSplineTable::draw(const double* x, const double* y, int n, double* out, in
     }
     std::fill(out, out + resolution, kUnset);
     const CGrid grid{out, resolution};
-    CPen pen = penAt(grid, {x[0], y[0]});
+    double* const places = segment.samples();
+    double* const values = places + count;
+    CPen pen = penAt(x[0] * (resolution - 1), y[0]);
     for (int i = 0; i + 1 < n; i++) {
-        const int before = std::max(i - 1, 0), after = std::min(i + 2, n - 1);
-        const CPoint points[4] = {
-            {x[before], y[before]}, {x[i], y[i]}, {x[i + 1], y[i + 1]}, {x[after], y[after]}};
-        const double steps = stepsOfSegment(points[1], points[2], resolution, density, count);
-        const double stride = count / steps;
-        for (int s = 1, last = static_cast<int>(steps); s <= last; s++) {
-            const int position = std::clamp(roundToInt(s * stride), 1, count);
-            const CPen next = penAt(grid, pointAt(points, weights.samples() + 4 * (position - 1)));
+        const int at[4] = {std::max(i - 1, 0), i, i + 1, std::min(i + 2, n - 1)};
+        const int steps =
+            stepsOfSegment({x[i], y[i]}, {x[i + 1], y[i + 1]}, resolution, density, count);
+        fillSegment({x[at[0]], x[at[1]], x[at[2]], x[at[3]]}, steps, resolution - 1, places);
+        fillSegment({y[at[0]], y[at[1]], y[at[2]], y[at[3]]}, steps, 1.0, values);
+        for (int s = 0; s < steps; s++) {
+            const CPen next = penAt(places[s], values[s]);
             if (pen.index == next.index)
                 setOnce(grid, next.index, next.y);
             else if (pen.index < next.index)

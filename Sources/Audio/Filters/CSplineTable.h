@@ -21,9 +21,13 @@ public:
               int decimation) const LUM_REALTIME;
 
 private:
+    void fillSegment(const double (&points)[4], int steps, double factor,
+                     double* out) const LUM_REALTIME;
+
     int count;
     double density;          // steps per grid position of curve length
-    CSampleBlockRef weights; // [count][4]: before, at, after, two after
+    CSampleBlockRef weights; // [4][count]: of the points before, at, after, two after
+    CSampleBlockRef segment; // [2][count]: places in the grid and values of the segment's points
 };
 
 } // namespace lum
