@@ -79,8 +79,8 @@ private:
 
 /// So many cycles of the processor, as each addition waits for the one before.
 void waitCycles(int cycles) {
+    long x = 0;
     for (int i = 0; i < cycles / 20; i++) {
-        long x = i;
 #define LUM_TEN(step) step step step step step step step step step step
         asm volatile(LUM_TEN("add $1, %0\n") LUM_TEN("add $1, %0\n") : "+r"(x));
 #undef LUM_TEN

@@ -45,7 +45,8 @@ struct CSpectrumLoops {
     }
 
     /// Two blocks at a time with all pairs summed in registers: eight independent chains hide the
-    /// latency of the multiply-adds, and a sum is written once instead of once per pair.
+    /// latency of the multiply-adds, and a sum is written once instead of once per pair. Two loads
+    /// a cycle are the limit, so every value is loaded once and no more.
     static void sumProducts(const double* const* a, const double* const* b, int count, double* out,
                             int size) {
         int i = 0;
@@ -62,8 +63,8 @@ struct CSpectrumLoops {
             const double* x = a[j] + at;
             const double* y = b[j] + at;
             for (int n = 0; n < Blocks; n++) {
-                const V xr = V::load(x + 8 * n), xi = V::load(x + 8 * n + 4);
-                const V yr = V::load(y + 8 * n), yi = V::load(y + 8 * n + 4);
+                const V xr = V::loadOnce(x + 8 * n), xi = V::loadOnce(x + 8 * n + 4);
+                const V yr = V::loadOnce(y + 8 * n), yi = V::loadOnce(y + 8 * n + 4);
                 rr[n] = mulAdd(xr, yr, rr[n]);
                 ii[n] = mulAdd(xi, yi, ii[n]);
                 ri[n] = mulAdd(xr, yi, ri[n]);

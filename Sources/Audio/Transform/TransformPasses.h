@@ -84,7 +84,7 @@ struct CTransform {
         (std::make_integer_sequence<int, FixedOrders>());
     }
 
-    /// The same steps with constant sizes; pass I goes from `work` to `out` when I is even.
+    /// The same steps with constant sizes.
     template <class Layout, int Order>
     [[gnu::flatten, gnu::noinline]] static void
     forwardFixed(const CTransformTables& t, const double* in, double* out, double* work) {
@@ -92,10 +92,7 @@ struct CTransform {
         constexpr CSize<plan.points> points;
         timeForward<plan.timeRadix>(t.timeTwiddles, in, work, points);
         [&]<int... I>(std::integer_sequence<int, I...>) {
-            (innerForward<plan.passes[I].radix>(
-                 t.passes[I].twiddles, I % 2 == 0 ? work : out, I % 2 == 0 ? out : work,
-                 CSize<plan.passes[I].groups>(), CSize<plan.passes[I].blocks>()),
-             ...);
+            (passForwardFixed<Order, I>(t, work, out), ...);
         }
         (std::make_integer_sequence<int, plan.passCount>());
         splitForward<Layout>(t, plan.passCount % 2 == 0 ? work : out, out, points);
@@ -105,17 +102,27 @@ struct CTransform {
     inverseFixed(const CTransformTables& t, const double* in, double* out, double* work) {
         constexpr CTransformPlan plan = CTransformPlan::of(Order);
         constexpr CSize<plan.points> points;
-        constexpr int last = plan.passCount - 1;
         splitInverse<Layout>(t, in, plan.passCount % 2 == 0 ? work : out, points);
         [&]<int... I>(std::integer_sequence<int, I...>) {
-            (innerInverse<plan.passes[last - I].radix>(
-                 t.passes[last - I].twiddles, (last - I) % 2 == 0 ? out : work,
-                 (last - I) % 2 == 0 ? work : out, CSize<plan.passes[last - I].groups>(),
-                 CSize<plan.passes[last - I].blocks>()),
-             ...);
+            (passInverseFixed<Order, plan.passCount - 1 - I>(t, work, out), ...);
         }
         (std::make_integer_sequence<int, plan.passCount>());
         timeInverse<plan.timeRadix>(t.timeTwiddles, work, out, points);
+    }
+    /// Pass I leads from `work` to `out` when I is even and back when it is odd.
+    template <int Order, int I>
+    static void passForwardFixed(const CTransformTables& t, double* work, double* out) {
+        constexpr CTransformPass pass = CTransformPlan::of(Order).passes[I];
+        innerForward<pass.radix>(t.passes[I].twiddles, I % 2 == 0 ? work : out,
+                                 I % 2 == 0 ? out : work, CSize<pass.groups>(),
+                                 CSize<pass.blocks>());
+    }
+    template <int Order, int I>
+    static void passInverseFixed(const CTransformTables& t, double* work, double* out) {
+        constexpr CTransformPass pass = CTransformPlan::of(Order).passes[I];
+        innerInverse<pass.radix>(t.passes[I].twiddles, I % 2 == 0 ? out : work,
+                                 I % 2 == 0 ? work : out, CSize<pass.groups>(),
+                                 CSize<pass.blocks>());
     }
 
     // Butterflies -------------------------------------------------------------------------------

@@ -17,6 +17,12 @@ struct CVec4 {
     __m256d v;
 
     static CVec4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+    /// Into a register: as an operand of two instructions the compiler would load it twice.
+    static CVec4 loadOnce(const double* p) {
+        CVec4 value = load(p);
+        asm("" : "+x"(value.v));
+        return value;
+    }
     void store(double* p) const { _mm256_storeu_pd(p, v); }
     static CVec4 broadcast(double x) { return {_mm256_set1_pd(x)}; }
     friend CVec4 operator+(CVec4 a, CVec4 b) { return {_mm256_add_pd(a.v, b.v)}; }

@@ -12,6 +12,7 @@ struct CVec4 {
     double v[4];
 
     static CVec4 load(const double* p) { return {{p[0], p[1], p[2], p[3]}}; }
+    static CVec4 loadOnce(const double* p) { return load(p); }
     void store(double* p) const {
         for (int i = 0; i < 4; i++) p[i] = v[i];
     }
