@@ -242,22 +242,21 @@ inline __m256i blendAlphas(__m256i d, __m256i s, __m256i color, long long alphas
 
 struct CAvx2Ops {
     static void fill(uint8_t* target, int count, uint32_t color) {
-        if (count < 8) { // most runs of glyphs
+        if (count < 8) { // as most runs are
             for (int i = 0; i < count; i++) memcpy(target + i * 4, &color, sizeof color);
             return;
         }
-        while (count > 0 && reinterpret_cast<uintptr_t>(target) & 31) {
-            memcpy(target, &color, sizeof color);
-            target += 4;
-            count--;
-        }
+        // Aligned stores; the first and the last one, which may overlap them, are not.
         const __m256i eight = _mm256_set1_epi32(static_cast<int>(color));
-        auto* wide = reinterpret_cast<__m256i*>(target);
-        for (; count >= 32; count -= 32, wide += 4)
+        uint8_t* const end = target + count * 4;
+        store256(target, eight);
+        auto* wide =
+            reinterpret_cast<__m256i*>((reinterpret_cast<uintptr_t>(target) + 32) & ~31ULL);
+        auto* const last = reinterpret_cast<__m256i*>(end);
+        for (; wide + 4 <= last; wide += 4)
             for (int i = 0; i < 4; i++) _mm256_store_si256(wide + i, eight);
-        for (; count >= 8; count -= 8, wide++) _mm256_store_si256(wide, eight);
-        target = reinterpret_cast<uint8_t*>(wide);
-        for (; count > 0; count--, target += 4) memcpy(target, &color, sizeof color);
+        for (; wide + 1 <= last; wide++) _mm256_store_si256(wide, eight);
+        store256(end - 32, eight);
     }
     static void blendColor(uint8_t* target, int count, uint32_t color, int weight) {
         blendRow<4>(target, count, COneColor{color}, COneWeight{weight});
@@ -291,12 +290,13 @@ struct CAvx2Ops {
     }
 
     static void alphaRect(const CAlphaRect& rect) {
+        const int whole = rect.width & ~7;
+        const int rest = rect.width - whole;
         const __m256i color = _mm256_set1_epi32(static_cast<int>(rect.color));
         const __m256i s = _mm256_unpacklo_epi8(color, _mm256_setzero_si256());
         // What lies right of the rectangle may be another thread's.
-        const __m256i isInside = _mm256_cmpgt_epi32(_mm256_set1_epi32(rect.width & 7),
-                                                    _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-        const int whole = rect.width & ~7;
+        const __m256i isInside =
+            _mm256_cmpgt_epi32(_mm256_set1_epi32(rest), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
         for (int y = 0; y < rect.height; y++) {
             uint8_t* target = rect.target + static_cast<ptrdiff_t>(y) * rect.targetStride;
             const uint8_t* alpha = rect.alpha + static_cast<ptrdiff_t>(y) * rect.alphaStride;
@@ -304,11 +304,19 @@ struct CAvx2Ops {
                 uint8_t* at = target + x * 4;
                 store256(at, blendAlphas(load256(at), s, color, loadLong(alpha + x)));
             }
-            if (whole == rect.width) continue;
-            auto* rest = reinterpret_cast<int*>(target + whole * 4);
-            const __m256i d = _mm256_maskload_epi32(rest, isInside);
-            _mm256_maskstore_epi32(rest, isInside,
-                                   blendAlphas(d, s, color, loadLong(alpha + whole)));
+            if (rest > 2) {
+                auto* at = reinterpret_cast<int*>(target + whole * 4);
+                const __m256i d = _mm256_maskload_epi32(at, isInside);
+                _mm256_maskstore_epi32(at, isInside,
+                                       blendAlphas(d, s, color, loadLong(alpha + whole)));
+                continue;
+            }
+            for (int x = whole; x < rect.width; x++) {
+                if (alpha[x] == 255)
+                    memcpy(target + x * 4, &rect.color, sizeof rect.color);
+                else
+                    blendAlpha(target + x * 4, rect.color, alpha[x]);
+            }
         }
     }
 
