@@ -187,8 +187,10 @@ CAxisPlace placeAxis(int offset, int size, double factor, int align) {
     const double exactSize = (size - shift) * factor;
     const double wholeSize = std::ceil(std::trunc(exactSize * kSizeSteps) / kSizeSteps);
     double phase = shift + (ratio - 1.0) / 2.0;
-    if (align == 1) phase += (wholeSize - exactSize) * ratio / 2.0;
-    if (align == 2) phase += (wholeSize - exactSize) * ratio;
+    // What the whole size has too much lies behind the image; an earlier start brings it in front.
+    const double slack = (wholeSize - exactSize) * ratio; // source pixels
+    if (align == 1) phase -= slack / 2.0;
+    if (align == 2) phase -= slack;
     return {static_cast<int>(start),
             size > 0 ? static_cast<int>(std::min(wholeSize, kLongestSide)) : 0, phase};
 }

@@ -41,21 +41,16 @@ inline __m256i mix(__m256i s, __m256i d, __m256i weight) {
     return _mm256_add_epi16(d, _mm256_mulhi_epi16(difference, weight));
 }
 /// Blends pixels with a weight per 32-bit lane, in its lower 16 bits. Channels: 4, or 3 to keep the
-/// fourth byte.
+/// fourth byte. Blue and red go through 16-bit lanes together, and so do green and the fourth byte:
+/// that takes masks and shifts, of which a processor does more at once than shuffles.
 template <int Channels>
 inline __m256i blend(__m256i d, __m256i s, __m256i weight) {
-    const __m256i zero = _mm256_setzero_si256();
-    weight = _mm256_or_si256(weight, _mm256_slli_epi32(weight, 16));
-    __m256i low = _mm256_unpacklo_epi32(weight, weight);
-    __m256i high = _mm256_unpackhi_epi32(weight, weight);
-    if constexpr (Channels == 3) {
-        const __m256i colors = _mm256_set1_epi64x(0x0000FFFFFFFFFFFF);
-        low = _mm256_and_si256(low, colors);
-        high = _mm256_and_si256(high, colors);
-    }
-    low = mix(_mm256_unpacklo_epi8(s, zero), _mm256_unpacklo_epi8(d, zero), low);
-    high = mix(_mm256_unpackhi_epi8(s, zero), _mm256_unpackhi_epi8(d, zero), high);
-    return _mm256_packus_epi16(low, high);
+    const __m256i lowByte = _mm256_set1_epi16(255);
+    const __m256i both = _mm256_or_si256(weight, _mm256_slli_epi32(weight, 16));
+    const __m256i even = mix(_mm256_and_si256(s, lowByte), _mm256_and_si256(d, lowByte), both);
+    const __m256i odd =
+        mix(_mm256_srli_epi16(s, 8), _mm256_srli_epi16(d, 8), Channels == 4 ? both : weight);
+    return _mm256_or_si256(even, _mm256_slli_epi16(odd, 8));
 }
 /// Four pixels: the lower half of eight.
 template <int Channels>
@@ -219,45 +214,30 @@ inline void blendRow(uint8_t* target, int count, Source source, Weight weight) {
     }
 }
 
-/// Eight pixels of one colour, whose channels stand as 16-bit lanes, with eight alphas. Each alpha
-/// goes to the upper bytes of its pixel's three lanes, which is its weight once it is halved.
-inline __m256i blendAlphas(__m256i d, __m256i s, __m256i color, long long alphas) {
-    constexpr char kNone = -1;
-    const __m256i spreadLow = _mm256_setr_epi8(
-        kNone, 0, kNone, 0, kNone, 0, kNone, kNone, kNone, 1, kNone, 1, kNone, 1, kNone, kNone,
-        kNone, 4, kNone, 4, kNone, 4, kNone, kNone, kNone, 5, kNone, 5, kNone, 5, kNone, kNone);
-    const __m256i spreadHigh = _mm256_setr_epi8(
-        kNone, 2, kNone, 2, kNone, 2, kNone, kNone, kNone, 3, kNone, 3, kNone, 3, kNone, kNone,
-        kNone, 6, kNone, 6, kNone, 6, kNone, kNone, kNone, 7, kNone, 7, kNone, 7, kNone, kNone);
-    const __m256i zero = _mm256_setzero_si256();
-    const __m128i bytes = _mm_cvtsi64_si128(alphas);
-    const __m256i twice = _mm256_broadcastq_epi64(bytes);
-    const __m256i low = _mm256_srli_epi16(_mm256_shuffle_epi8(twice, spreadLow), 1);
-    const __m256i high = _mm256_srli_epi16(_mm256_shuffle_epi8(twice, spreadHigh), 1);
-    const __m256i blended = _mm256_packus_epi16(mix(s, _mm256_unpacklo_epi8(d, zero), low),
-                                                mix(s, _mm256_unpackhi_epi8(d, zero), high));
-    const __m256i isOpaque = _mm256_cvtepi8_epi32(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(-1)));
-    return _mm256_blendv_epi8(blended, color, isOpaque);
+/// Eight pixels and a colour for each alpha; 255 stores it.
+inline __m256i blendAlphas(__m256i d, __m256i color, const uint8_t* alphas) {
+    const __m256i alpha = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(loadLong(alphas)));
+    const __m256i blended = blend<3>(d, color, _mm256_slli_epi32(alpha, 7));
+    return _mm256_blendv_epi8(blended, color, _mm256_cmpeq_epi32(alpha, _mm256_set1_epi32(255)));
 }
 
 struct CAvx2Ops {
     static void fill(uint8_t* target, int count, uint32_t color) {
-        if (count < 8) { // most runs of glyphs
+        if (count < 8) { // as most runs are
             for (int i = 0; i < count; i++) memcpy(target + i * 4, &color, sizeof color);
             return;
         }
-        while (count > 0 && reinterpret_cast<uintptr_t>(target) & 31) {
-            memcpy(target, &color, sizeof color);
-            target += 4;
-            count--;
-        }
+        // Aligned stores; the first and the last one, which may overlap them, are not.
         const __m256i eight = _mm256_set1_epi32(static_cast<int>(color));
-        auto* wide = reinterpret_cast<__m256i*>(target);
-        for (; count >= 32; count -= 32, wide += 4)
+        uint8_t* const end = target + count * 4;
+        store256(target, eight);
+        auto* wide =
+            reinterpret_cast<__m256i*>((reinterpret_cast<uintptr_t>(target) + 32) & ~31ULL);
+        auto* const last = reinterpret_cast<__m256i*>(end);
+        for (; wide + 4 <= last; wide += 4)
             for (int i = 0; i < 4; i++) _mm256_store_si256(wide + i, eight);
-        for (; count >= 8; count -= 8, wide++) _mm256_store_si256(wide, eight);
-        target = reinterpret_cast<uint8_t*>(wide);
-        for (; count > 0; count--, target += 4) memcpy(target, &color, sizeof color);
+        for (; wide + 1 <= last; wide++) _mm256_store_si256(wide, eight);
+        store256(end - 32, eight);
     }
     static void blendColor(uint8_t* target, int count, uint32_t color, int weight) {
         blendRow<4>(target, count, COneColor{color}, COneWeight{weight});
@@ -291,24 +271,31 @@ struct CAvx2Ops {
     }
 
     static void alphaRect(const CAlphaRect& rect) {
-        const __m256i color = _mm256_set1_epi32(static_cast<int>(rect.color));
-        const __m256i s = _mm256_unpacklo_epi8(color, _mm256_setzero_si256());
-        // What lies right of the rectangle may be another thread's.
-        const __m256i isInside = _mm256_cmpgt_epi32(_mm256_set1_epi32(rect.width & 7),
-                                                    _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
         const int whole = rect.width & ~7;
+        const int rest = rect.width - whole;
+        const __m256i color = _mm256_set1_epi32(static_cast<int>(rect.color));
+        // What lies right of the rectangle may be another thread's.
+        const __m256i isInside =
+            _mm256_cmpgt_epi32(_mm256_set1_epi32(rest), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
         for (int y = 0; y < rect.height; y++) {
             uint8_t* target = rect.target + static_cast<ptrdiff_t>(y) * rect.targetStride;
             const uint8_t* alpha = rect.alpha + static_cast<ptrdiff_t>(y) * rect.alphaStride;
             for (int x = 0; x < whole; x += 8) {
                 uint8_t* at = target + x * 4;
-                store256(at, blendAlphas(load256(at), s, color, loadLong(alpha + x)));
+                store256(at, blendAlphas(load256(at), color, alpha + x));
             }
-            if (whole == rect.width) continue;
-            auto* rest = reinterpret_cast<int*>(target + whole * 4);
-            const __m256i d = _mm256_maskload_epi32(rest, isInside);
-            _mm256_maskstore_epi32(rest, isInside,
-                                   blendAlphas(d, s, color, loadLong(alpha + whole)));
+            if (rest > 2) {
+                auto* at = reinterpret_cast<int*>(target + whole * 4);
+                const __m256i d = _mm256_maskload_epi32(at, isInside);
+                _mm256_maskstore_epi32(at, isInside, blendAlphas(d, color, alpha + whole));
+                continue;
+            }
+            for (int x = whole; x < rect.width; x++) {
+                if (alpha[x] == 255)
+                    memcpy(target + x * 4, &rect.color, sizeof rect.color);
+                else
+                    blendAlpha(target + x * 4, rect.color, alpha[x]);
+            }
         }
     }
 

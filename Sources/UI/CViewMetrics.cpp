@@ -64,7 +64,8 @@ CCellId CViewMetrics::newCell(CViewArea* owner) {
     CMetricCell& cell = at(id);
     firstFree = cell.nextFree;
     cell.owner = owner;
-    valueAt(id) = {};
+    valueAt(id).value = 0.0;
+    valueAt(id).rank = 0;
     cellCount++;
     return id;
 }
@@ -88,7 +89,7 @@ void CViewMetrics::deleteCell(CCellId id) {
     cell.dependents.clear();
     cell.leftDependents = 0;
     cell.owner = nullptr;
-    cell.isPending = false;
+    valueAt(id).isPending = false;
     cell.isStale = false;
     cell.nextFree = firstFree;
     firstFree = id;
@@ -101,7 +102,7 @@ void CViewMetrics::setValue(CCellId id, double newValue) {
         leaveOperands(id);
         cell.program.clear();
     }
-    cell.isPending = false;
+    valueAt(id).isPending = false;
     cell.isStale = false;
     store(id, newValue, 0);
     if (!isDeferring) propagate();
@@ -119,7 +120,9 @@ void CViewMetrics::setProgram(CCellId id, const CMetricProgram& program) {
     cell.isStale = false;
     if (!isLinked) joinOperands(id);
     if (isDeferring) {
-        if (!std::exchange(cell.isPending, true)) pending.push_back(id);
+        CCellValue& place = valueAt(id);
+        if (!place.isPending) pending.push_back(id);
+        place.isPending = true;
         return;
     }
     store(id, evaluate(id), 0);

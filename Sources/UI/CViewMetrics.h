@@ -49,10 +49,14 @@ public:
 
 private:
     friend class CViewArea;
-    /// What a program reads of a cell; apart from the rest, so that many fit into the cache.
+    /// What a change looks at on its way; apart from the rest, so that many fit into the cache.
     struct CCellValue {
         double value = 0.0;
-        int rank = 0; // above the ranks of the cells that its program read when it last ran
+        uint32_t nextWaiting = 0; // in the list of its rank
+        uint16_t rank = 0;        // above those of the cells that its program read when it last ran
+        uint8_t level = 0;        // of the change that it waits for
+        bool isWaiting : 1 = false; // for its turn in a propagation
+        bool isPending : 1 = false; // its new program is still to be evaluated
     };
     struct CMetricCell {
         CViewArea* owner = nullptr;
@@ -60,12 +64,8 @@ private:
         CVector<CCellId, 3> dependents; // of a long list some may have ceased to be
         uint32_t leftDependents = 0;    // about how many
         uint32_t nextFree = 0;
-        uint32_t nextWaiting = 0; // in the list of its rank
-        uint16_t level = 0;       // of the change that it waits for
-        bool isWaiting = false;   // for its turn in a propagation
-        bool isPending = false;   // its new program is still to be evaluated
-        bool isStale = false;     // its program reads a cell that was freed
-        bool isConstant = false;  // nothing needs to follow it
+        bool isStale = false;    // its program reads a cell that was freed
+        bool isConstant = false; // nothing needs to follow it
     };
     static constexpr uint32_t kBlockBits = 11;
     static constexpr uint32_t kBlockSize = 1U << kBlockBits; // cells

@@ -11,7 +11,7 @@ namespace lum {
 
 namespace {
 
-constexpr int kDeepestPropagation = 200; // levels; a circle ends here
+constexpr int kDeepestPropagation = 200; // levels; a circle ends here; one more fits into a byte
 constexpr double kSameValue = std::numeric_limits<double>::epsilon();
 constexpr double kMaxOfNone = -1e20;
 constexpr double kWholeFrom = 4503599627370496.0; // 2^52; from here on all numbers are whole
@@ -44,7 +44,7 @@ double CViewMetrics::evaluate(CCellId id) {
         case MetricOp::Cell: {
             const CCellValue& operand = valueAt(static_cast<CCellId>(program[++i]));
             *top++ = operand.value;
-            highest = std::max(highest, operand.rank);
+            highest = std::max<int>(highest, operand.rank);
             break;
         }
         case MetricOp::Divide:
@@ -91,7 +91,7 @@ double CViewMetrics::evaluate(CCellId id) {
             break;
         }
     }
-    valueAt(id).rank = std::min(highest + 1, kRanks - 1);
+    valueAt(id).rank = static_cast<uint16_t>(std::min(highest + 1, kRanks - 1));
     return top == stack.data() ? 0.0 : top[-1];
 }
 
@@ -112,26 +112,23 @@ bool CViewMetrics::store(CCellId id, double newValue, int level) {
 
 // What has a new program gets its evaluation when the rebuild ends.
 void CViewMetrics::wait(CCellId id, int level) {
-    CMetricCell& cell = at(id);
-    if (cell.isPending) return;
-    if (cell.isWaiting) {
-        cell.level = std::max(cell.level, static_cast<uint16_t>(level));
-        return;
-    }
-    const int rank = valueAt(id).rank;
-    cell.isWaiting = true;
-    cell.level = static_cast<uint16_t>(level);
-    cell.nextWaiting = std::exchange(waiting[rank], id);
-    lowestWaiting = std::min(lowestWaiting, rank);
+    CCellValue& place = valueAt(id);
+    if (place.isPending) return;
+    const auto given = static_cast<uint8_t>(level);
+    place.level = place.isWaiting ? std::max(place.level, given) : given;
+    if (place.isWaiting) return;
+    place.isWaiting = true;
+    place.nextWaiting = std::exchange(waiting[place.rank], id);
+    lowestWaiting = std::min<int>(lowestWaiting, place.rank);
 }
 
 CCellId CViewMetrics::nextWaiting() {
     while (lowestWaiting < kRanks && waiting[lowestWaiting] == kNoCell) lowestWaiting++;
     if (lowestWaiting == kRanks) return kNoCell;
     const CCellId id = waiting[lowestWaiting];
-    CMetricCell& cell = at(id);
-    waiting[lowestWaiting] = cell.nextWaiting;
-    cell.isWaiting = false;
+    CCellValue& place = valueAt(id);
+    waiting[lowestWaiting] = place.nextWaiting;
+    place.isWaiting = false;
     return id;
 }
 
@@ -140,9 +137,9 @@ CCellId CViewMetrics::nextWaiting() {
 // more and is right afterwards.
 void CViewMetrics::propagate() {
     for (CCellId id = nextWaiting(); id != kNoCell; id = nextWaiting()) {
-        const CMetricCell& cell = at(id);
-        if (cell.isPending || cell.program.empty()) continue;
-        if (!store(id, evaluate(id), cell.level)) return endPropagation();
+        const CCellValue& place = valueAt(id);
+        if (place.isPending || at(id).program.empty()) continue;
+        if (!store(id, evaluate(id), place.level)) return endPropagation();
     }
 }
 
@@ -154,10 +151,11 @@ void CViewMetrics::endPropagation() {
 // While areas are rebuilt new programs are only linked; afterwards each is evaluated once, behind
 // the pending cells that it reads. The mark is dropped first, so that a circle comes to its end.
 void CViewMetrics::settle(CCellId id) {
-    CMetricCell& cell = at(id);
-    if (!std::exchange(cell.isPending, false)) return;
-    forEachOperand(cell.program.data(), cell.program.size(), [this](CCellId operand) {
-        if (at(operand).isPending) settle(operand);
+    if (!valueAt(id).isPending) return;
+    valueAt(id).isPending = false;
+    const auto& program = at(id).program;
+    forEachOperand(program.data(), program.size(), [this](CCellId operand) {
+        if (valueAt(operand).isPending) settle(operand);
     });
     store(id, evaluate(id), 0);
 }
