@@ -1,5 +1,5 @@
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 
 #include <gtest/gtest.h>
 #include <random>
@@ -7,14 +7,9 @@
 #include <zlib.h>
 
 using namespace lum;
+using lum::test::bytesOf;
 
 namespace {
-
-CByteBuffer bytesOf(const CWriteSeqBuffer& stream) {
-    CByteBuffer out;
-    stream.getBytes(out);
-    return out;
-}
 
 std::string textOf(const CByteBuffer& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
