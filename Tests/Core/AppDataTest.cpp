@@ -1,7 +1,7 @@
 #include "Core/CAppData.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CResourceReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 #include "Core/TempFolder.h"
 
 #include <atomic>
@@ -45,8 +45,7 @@ protected:
     static std::string blockOf(const std::string& text) {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(stream.writeCompressedData(bytes(text), kDataBlock));
-        CByteBuffer out;
-        stream.getBytes(out);
+        const CByteBuffer out = lum::test::bytesOf(stream);
         return {reinterpret_cast<const char*>(out.data()), out.size()};
     }
     /// Makes a record by hand: in a folder below the fixture's.
@@ -211,4 +210,3 @@ TEST_F(AppData, threadsShareAStoreAndSeeWholeRecords) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(torn, 0);
 }
-
