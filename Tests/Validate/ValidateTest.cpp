@@ -81,7 +81,7 @@ TEST(ValidateProgram, outputOfThePluginIsSeenAndWrongFilesAreTold) {
     EXPECT_NE(run.output.find("nothingIsWrittenToStandardOutput"), std::string::npos);
     EXPECT_EQ(validate("/nowhere.so", "").status, 2);
     EXPECT_EQ(validate("/bin/true", "").status, 2);
-    EXPECT_EQ(validate(LUM_NAUGHTY_PLUGIN, "--only nothing").status, 2);
+    EXPECT_EQ(validate(LUM_NAUGHTY_PLUGIN, "--only nobody").status, 2);
 }
 
 } // namespace
