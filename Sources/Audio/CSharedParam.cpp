@@ -83,19 +83,14 @@ void CSharedParam::onUpdate(const CUpdateRecord* record) {
         defaultText = makeDefaultText();
         load();
     } else {
-        collector.deferCall(*this, 0, 0);
+        if (!isStoreDue.exchange(true)) collector.deferCall(*this, 0, 0.0);
     }
 }
 
-/// One thread writes at a time; what others change meanwhile it writes in another turn, so that the
-/// record ends with the value that the parameter has.
+/// Calls run one at a time, so the record ends with the value that the parameter has.
 void CSharedParam::onDeferredCall(int32_t, double) {
-    if (changes.fetch_add(1) > 0) return;
-    int seen = 1;
-    do {
-        seen = changes.load();
-        store();
-    } while (!changes.compare_exchange_strong(seen, 0));
+    isStoreDue = false;
+    store();
 }
 
 void CSharedParam::store() {

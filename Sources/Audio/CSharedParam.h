@@ -40,7 +40,7 @@ private:
     CString recordName;
     CString defaultText;
     CStoreListener storeListener;
-    std::atomic<int> changes{0}; // of the parameter that the record has not seen
+    std::atomic<bool> isStoreDue{false}; // a call is on its way
 };
 
 } // namespace lum

@@ -203,6 +203,14 @@ TEST_F(Collector, deferredCallsWaitForTheLastGuardAndBatch) {
     collector->deferCall(calls, 3, 0.0);
     EXPECT_EQ(calls.log, (std::vector<int32_t>{1, 2, 3}));
     EXPECT_TRUE(gone.log.empty());
+    // What another thread defers meanwhile comes behind, or a host would hear the older value last.
+    calls.next = [&] {
+        calls.next = nullptr;
+        std::thread([&] { collector->deferCall(calls, 5, 0.0); }).join();
+        calls.log.push_back(-4);
+    };
+    collector->deferCall(calls, 4, 0.0);
+    EXPECT_EQ(calls.log, (std::vector<int32_t>{1, 2, 3, 4, -4, 5}));
 }
 
 struct CFakeRegistry : CAudioParamRegistryBase {

@@ -105,11 +105,16 @@ TEST(State, theProgramsAreTheFactorys) {
 /// The host is told of each value that a program brings, once the program stands.
 TEST(State, aProgramChangeReachesTheHostsParameters) {
     Instance instance;
-    HostModel::current().automations.clear();
+    auto& told = HostModel::current().automations;
+    told.clear();
     instance.send(kEffectSetProgram, 0, 6);
-    EXPECT_FLOAT_EQ(instance.effect->getParameter(instance.effect, 1),
-                    static_cast<float>((10.72 + 12.0) / 24.0));
-    HostModel::current().automations.clear();
+    const auto expected = static_cast<float>((10.72 + 12.0) / 24.0);
+    EXPECT_FLOAT_EQ(instance.effect->getParameter(instance.effect, 1), expected);
+    ASSERT_EQ(told.size(), 4U) << "the four bands that differ";
+    std::ranges::sort(told);
+    EXPECT_EQ(told[0].first, 1);
+    EXPECT_FLOAT_EQ(told[0].second, expected);
+    told.clear();
 }
 
 TEST(State, namesAreCutWhereTheyAreShown) {
