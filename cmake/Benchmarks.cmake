@@ -14,6 +14,28 @@ else()
   message(STATUS "pixman not found: no drawing benchmark")
 endif()
 
+# The layout network on a tree as the tests describe one.
+add_executable(bench_layout ${CMAKE_SOURCE_DIR}/Benchmarks/LayoutBench.cpp)
+target_include_directories(bench_layout PRIVATE ${CMAKE_SOURCE_DIR}/Benchmarks ${CMAKE_SOURCE_DIR}/Tests)
+target_link_libraries(bench_layout PRIVATE lum_ui)
+
+# A frame of the gallery's panel.
+find_program(LUM_PYTHON python3)
+if(LUM_PYTHON)
+  set(gallery ${CMAKE_BINARY_DIR}/Gallery)
+  add_custom_command(
+    OUTPUT ${gallery}/panel.xml
+    COMMAND ${LUM_PYTHON} ${CMAKE_SOURCE_DIR}/Tools/View/gallery.py ${gallery}
+    DEPENDS ${CMAKE_SOURCE_DIR}/Tools/View/gallery.py
+    VERBATIM)
+  add_executable(bench_repaint ${CMAKE_SOURCE_DIR}/Benchmarks/RepaintBench.cpp ${gallery}/panel.xml)
+  target_include_directories(bench_repaint PRIVATE ${CMAKE_SOURCE_DIR}/Benchmarks)
+  target_compile_definitions(bench_repaint PRIVATE LUM_PANEL="${gallery}/panel.xml")
+  target_link_libraries(bench_repaint PRIVATE view_scene)
+else()
+  message(STATUS "python3 not found: no benchmark of a whole frame")
+endif()
+
 find_path(FFTW3_INCLUDE fftw3.h)
 find_library(FFTW3_LIBRARY fftw3)
 

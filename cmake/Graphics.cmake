@@ -1,5 +1,6 @@
 # Fonts and image sets: built from outline fonts of the distribution and authored drawings in Gfx.
-# LUM_GRAPHICS_RESOURCES lists them as "name=file", the name being the one by which product data asks.
+# LUM_GRAPHICS_RESOURCES lists them as "name=file", the name being the one by which product data asks:
+# the path from the sources of its trees.
 
 find_package(CLI11 REQUIRED)
 find_package(Freetype REQUIRED)
@@ -36,7 +37,7 @@ foreach(manifest IN LISTS font_manifests)
     COMMENT "Building font ${name}"
     VERBATIM)
   list(APPEND font_files ${font})
-  list(APPEND LUM_GRAPHICS_RESOURCES "${name}.fnt=${font}")
+  list(APPEND LUM_GRAPHICS_RESOURCES "../../../Gfx/Fonts/${name}.fnt=${font}")
 endforeach()
 add_custom_target(lum_fonts ALL DEPENDS ${font_files})
 

@@ -33,7 +33,7 @@ set(LUM_RESOURCES
   "SharedData.xml=${LUM_PRODUCT_DIR}/SharedData.xml.bin"
   "FactoryROM.cbf=${LUM_PRODUCT_DIR}/FactoryROM.cbf"
   "AppDataGlobal_routing-presets-sys=${LUM_PRODUCT_DIR}/AppDataGlobal_routing-presets-sys")
-list(APPEND LUM_RESOURCES ${LUM_PALETTE_RESOURCES})
+list(APPEND LUM_RESOURCES ${LUM_PALETTE_RESOURCES} ${LUM_GRAPHICS_RESOURCES})
 
 # An assembler file that takes the files in as they are, each behind its 32-bit size, and the table.
 set(asm "    .section .rodata\n")

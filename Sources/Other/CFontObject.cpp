@@ -10,11 +10,6 @@ constexpr const char* kStyleNames[kFontStyleCount] = {"bold", "bold-italic", "it
 
 } // namespace
 
-const CCreatorRow kFontCreators[] = {
-    creatorRow<CFontObject>("font"),
-    {nullptr, nullptr, nullptr},
-};
-
 void CFontObject::fillClass(CClassInfo& info) {
     CObject::fillClass(info);
 }

@@ -30,7 +30,4 @@ private:
     std::array<std::unique_ptr<CFont>, kFontStyleCount> fonts;
 };
 
-/// The tag of font objects.
-extern const CCreatorRow kFontCreators[];
-
 } // namespace lum

@@ -21,6 +21,22 @@ void CImageLayerData::setRunsInPlace(const uint8_t* bytes, size_t count) {
     runByteCount = count;
 }
 
+// As the runs have it: what counts as transparent is 0, what counts as opaque 255.
+void CImageLayerData::keepAlpha(const uint8_t* pixels, int stride) {
+    constexpr int kWidest = 64;    // pixels; longer runs are faster drawn as such
+    constexpr int kReadBehind = 8; // bytes that drawing may read behind the last row
+    if (bytesPerPixel != 1 || width > kWidest || width * height == 0) return;
+    alphaBytes = std::make_unique<CByteBuffer>();
+    alphaBytes->resize(static_cast<size_t>(width * height + kReadBehind));
+    uint8_t* out = alphaBytes->data();
+    for (int y = 0; y < height; y++, pixels += stride)
+        for (int x = 0; x < width; x++)
+            *out++ = pixels[x] <= kTransparentAlpha ? uint8_t{0}
+                     : pixels[x] >= kOpaqueAlpha    ? uint8_t{255}
+                                                    : pixels[x];
+    std::fill(out, out + kReadBehind, uint8_t{0});
+}
+
 void CImageLayerData::setPixels(CByteBuffer owned, int tone) {
     ownedBytes = std::move(owned);
     runBytes = nullptr;
@@ -131,6 +147,7 @@ std::unique_ptr<CImageLayerData> CImageLayer::buildVariant(double requestedScale
     variant->bytesPerPixel = bytesPerPixel;
     if (requestedScale == scale) {
         variant->setRuns(encodeRuns(source.pixels, width, height, source.stride, bytesPerPixel));
+        variant->keepAlpha(source.pixels, source.stride);
         return variant;
     }
     CByteBuffer scaled;
@@ -144,6 +161,7 @@ std::unique_ptr<CImageLayerData> CImageLayer::buildVariant(double requestedScale
         idleScalers().push_back(std::move(scaler));
     }
     variant->setRuns(encodeRuns(scaled.data(), place.width, place.height, stride, bytesPerPixel));
+    variant->keepAlpha(scaled.data(), stride);
     return variant;
 }
 
@@ -169,8 +187,10 @@ CAxisPlace placeAxis(int offset, int size, double factor, int align) {
     const double exactSize = (size - shift) * factor;
     const double wholeSize = std::ceil(std::trunc(exactSize * kSizeSteps) / kSizeSteps);
     double phase = shift + (ratio - 1.0) / 2.0;
-    if (align == 1) phase += (wholeSize - exactSize) * ratio / 2.0;
-    if (align == 2) phase += (wholeSize - exactSize) * ratio;
+    // What the whole size has too much lies behind the image; an earlier start brings it in front.
+    const double slack = (wholeSize - exactSize) * ratio; // source pixels
+    if (align == 1) phase -= slack / 2.0;
+    if (align == 2) phase -= slack;
     return {static_cast<int>(start),
             size > 0 ? static_cast<int>(std::min(wholeSize, kLongestSide)) : 0, phase};
 }

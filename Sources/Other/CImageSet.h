@@ -62,6 +62,11 @@ public:
     const uint8_t* runs() const { return runBytes; }
     size_t runSize() const { return runByteCount; }
     void setRuns(CByteBuffer owned);
+    /// Alpha bytes of a small image of 1-byte pixels, besides its runs: drawn at full opacity
+    /// without a walk through runs. Rows without padding; null for other data.
+    const uint8_t* alphaRows() const { return alphaBytes ? alphaBytes->data() : nullptr; }
+    /// Keeps the alpha bytes if the image is small enough. pixels: `height` rows of `width` bytes.
+    void keepAlpha(const uint8_t* pixels, int stride);
     void setRunsInPlace(const uint8_t* bytes, size_t count);
 
     /// Takes plain pixels, `height` rows of `width` * `bytesPerPixel` bytes, which stand in the
@@ -76,7 +81,8 @@ public:
 private:
     int findTone() const;
 
-    CByteBuffer ownedBytes; // runs or plain pixels
+    CByteBuffer ownedBytes;                  // runs or plain pixels
+    std::unique_ptr<CByteBuffer> alphaBytes; // mostly null, so not inside
     const uint8_t* runBytes = nullptr;
     size_t runByteCount = 0;
 };

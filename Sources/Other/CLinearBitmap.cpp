@@ -59,12 +59,17 @@ CErrorResult CLinearBitmap::setSize(int newWidth, int newHeight, bool isClearing
     if (pixels) pool::free(pixels);
     detachPixels();
     if (newWidth <= 0 || newHeight <= 0) return nullptr;
-    if (newWidth > kLongestSide || newHeight > kLongestSide)
-        return LUM_FAIL("@lumstr_CLinearBitmap_setSize_TooLarge Bitmap size %1 x %2 is too large.",
-                        newWidth, newHeight);
+    LUM_TRY(checkSize(newWidth, newHeight));
     const size_t bytes = static_cast<size_t>(newWidth) * static_cast<size_t>(newHeight) * 4;
     attachPixels(static_cast<uint8_t*>(pool::alloc(bytes)), newWidth, newHeight);
     if (isClearing) std::memset(pixels, 0, bytes);
+    return nullptr;
+}
+
+CErrorResult CLinearBitmap::checkSize(int newWidth, int newHeight) {
+    if (newWidth > kLongestSide || newHeight > kLongestSide)
+        return LUM_FAIL("@lumstr_CLinearBitmap_setSize_TooLarge Bitmap size %1 x %2 is too large.",
+                        newWidth, newHeight);
     return nullptr;
 }
 

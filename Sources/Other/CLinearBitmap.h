@@ -98,6 +98,8 @@ protected:
     // For a subclass whose pixels come from elsewhere: it attaches them in its own setSize, and
     // detaches them before this class is destroyed.
 
+    /// Error: a side of more than 32,767 pixels.
+    static CErrorResult checkSize(int newWidth, int newHeight);
     /// Takes pixels, rows without padding, in place of none.
     void attachPixels(uint8_t* bytes, int newWidth, int newHeight);
     /// Forgets the pixels and leaves the bitmap empty.

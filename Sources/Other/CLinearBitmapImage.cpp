@@ -10,6 +10,7 @@ namespace lum {
 
 namespace {
 
+constexpr int kAlphaEntry = 255;     // the palette entry of alpha-only images
 constexpr size_t kRowCountBytes = 2; // in front of the row table of a run-coded block
 
 const CPaletteTable& whiteTable() {
@@ -45,7 +46,14 @@ void CLinearBitmap::drawImage(const CImagePlacement& placement, int x, int y,
     if (area.empty()) return;
 
     const CPaletteTable& table = placement.color.table ? *placement.color.table : whiteTable();
-    const CRowPaint paint{table.entries, paletteColor(&table, 255), placement.fixedOpacity};
+    if (const uint8_t* alpha = placement.isPartial ? nullptr : data->alphaRows()) {
+        const int skipped = (area.top - top) * data->width + area.left - left;
+        pixelCode().alphaRect({row(area.top) + area.left * 4, getStride(), alpha + skipped,
+                               data->width, area.width(), area.height(),
+                               paletteColor(&table, kAlphaEntry)});
+        return;
+    }
+    const CRowPaint paint{table.entries, paletteColor(&table, kAlphaEntry), placement.fixedOpacity};
     const CImageRow drawRow =
         pixelCode().imageRow[kindIndex(data->bytesPerPixel)][placement.isPartial ? 1 : 0];
     const uint8_t* block = data->runs();

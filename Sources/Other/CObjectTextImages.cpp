@@ -7,8 +7,6 @@ const CImage* CObjectTextImages::findTextImage(const CString& setPath, const CSt
     if (!object) object = start.findAs<CImageSetObject>("shared::" + setPath);
     if (!object) return nullptr;
     const CImageSet& set = object->getImageSet();
-    // An unknown range is index 0, which a set may well have an image at.
-    if (set.getRanges().find(range) == set.getRanges().end()) return nullptr;
     return set.getImage(set.findRange(range));
 }
 

@@ -15,6 +15,7 @@ namespace {
 enum RunKind { kTransparentRun = 0, kTranslucentRun = 1, kOpaqueRun = 2, kPlainRun = 3 };
 
 constexpr uint32_t kFourthByte = 0xFF000000u;
+constexpr int kLowestCoverage = 2; // of a stroke's mask; up to it nothing is drawn
 
 inline uint32_t colorAt(const uint8_t (*table)[4], int index) {
     uint32_t color;
@@ -26,6 +27,15 @@ inline uint32_t pixelAt(const uint8_t* bytes) {
     uint32_t color;
     memcpy(&color, bytes, sizeof color);
     return color | kFourthByte;
+}
+
+/// Stores palette colours. Nothing wider is faster: each is a look-up of its own.
+inline void storeIndices(uint8_t* target, const uint8_t* indices, int count,
+                         const uint8_t (*table)[4]) {
+    for (int i = 0; i < count; i++) {
+        const uint32_t color = colorAt(table, indices[i]);
+        memcpy(target + i * 4, &color, sizeof color);
+    }
 }
 
 /// 1 byte: alpha of the one colour.
@@ -67,7 +77,7 @@ struct CIndexPainter {
         if constexpr (Partial)
             Ops::blendIndices(target, data, count, paint.table, paint.opacity);
         else
-            Ops::storeIndices(target, data, count, paint.table);
+            storeIndices(target, data, count, paint.table);
     }
     static void plain(uint8_t* target, const uint8_t* data, int count, const CRowPaint& paint) {
         const uint32_t color = colorAt(paint.table, *data);
@@ -154,6 +164,7 @@ constexpr CPixelCode pixelCodeOf(const char* name) {
             &Ops::blendColor,
             &Ops::blendPixels,
             &Ops::blendMask,
+            &Ops::alphaRect,
             {{&walkRow<CAlphaPainter<Ops, false>>, &walkRow<CAlphaPainter<Ops, true>>},
              {&walkRow<CIndexPainter<Ops, false>>, &walkRow<CIndexPainter<Ops, true>>},
              {&walkRow<CColorPainter<Ops, false>>, &walkRow<CColorPainter<Ops, true>>}}};

@@ -15,6 +15,18 @@ struct CRowPaint {
 using CImageRow = void (*)(uint8_t* target, const uint8_t* runs, int skip, int count,
                            const CRowPaint& paint);
 
+/// A rectangle of alpha bytes to draw in one colour. An alpha of 0 leaves a pixel alone, 255 stores
+/// the colour, anything else blends blue, green and red as d + ((s - d) * alpha >> 8).
+struct CAlphaRect {
+    uint8_t* target;
+    int targetStride;     // bytes
+    const uint8_t* alpha; // behind the last row 8 bytes more can be read
+    int alphaStride;
+    int width;
+    int height;
+    uint32_t color;
+};
+
 /// The inner loops of drawing. Colours are 32 bits in memory order blue, green, red, 255; weights
 /// are 15 bits, at most 32,640, and blend as d + ((s - d) * weight >> 15) per byte. All sets give
 /// the same bytes. Any thread; each call touches its target only.
@@ -25,6 +37,8 @@ struct CPixelCode {
     void (*blendPixels)(uint8_t* target, const uint8_t* source, int count, int weight);
     /// mask: [count] coverage; bytes of 2 or less are skipped. opacity: 7 bits, 128 for 1.
     void (*blendMask)(uint8_t* target, const uint8_t* mask, int count, uint32_t color, int opacity);
+    /// For glyphs, whose runs are so short that finding their ends costs more than the pixels.
+    void (*alphaRect)(const CAlphaRect& rect);
     CImageRow imageRow[3][2]; // [1, 2, 4 bytes a pixel][solid, partial]
 };
 

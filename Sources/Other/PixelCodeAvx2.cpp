@@ -1,17 +1,16 @@
 #include "Other/ImageRowWalker.h"
 
+#include <cstddef>
 #include <immintrin.h>
 
-// Eight pixels a step, then four, then single ones. Every blend but one is d + ((s - d) * w >> 15)
-// with a weight per byte: on 16-bit lanes that is d + mulhi(2 * (s - d), w), exact with the same
-// floor. An alpha at full opacity, (s - d) * a >> 8, is the weight a * 128 with 0 for the fourth
-// byte.
+// Eight pixels a step, then four, then single ones: runs are short, and behind a run's bytes
+// nothing may be read. Every blend but one is d + ((s - d) * w >> 15) with a weight per byte: on
+// 16-bit lanes that is d + mulhi(2 * (s - d), w), exact with the same floor. An alpha at full
+// opacity, (s - d) * a >> 8, is the weight a * 128 with 0 for the fourth byte.
 
 namespace lum {
 
 namespace {
-
-constexpr int kLowestCoverage = 2; // of a stroke's mask; up to it nothing is drawn
 
 inline __m256i load256(const uint8_t* from) {
     return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
@@ -41,42 +40,23 @@ inline __m256i mix(__m256i s, __m256i d, __m256i weight) {
     const __m256i difference = _mm256_slli_epi16(_mm256_sub_epi16(s, d), 1);
     return _mm256_add_epi16(d, _mm256_mulhi_epi16(difference, weight));
 }
-inline __m128i mix(__m128i s, __m128i d, __m128i weight) {
-    const __m128i difference = _mm_slli_epi16(_mm_sub_epi16(s, d), 1);
-    return _mm_add_epi16(d, _mm_mulhi_epi16(difference, weight));
-}
-
 /// Blends pixels with a weight per 32-bit lane, in its lower 16 bits. Channels: 4, or 3 to keep the
-/// fourth byte.
+/// fourth byte. Blue and red go through 16-bit lanes together, and so do green and the fourth byte:
+/// that takes masks and shifts, of which a processor does more at once than shuffles.
 template <int Channels>
 inline __m256i blend(__m256i d, __m256i s, __m256i weight) {
-    const __m256i zero = _mm256_setzero_si256();
-    weight = _mm256_or_si256(weight, _mm256_slli_epi32(weight, 16));
-    __m256i low = _mm256_unpacklo_epi32(weight, weight);
-    __m256i high = _mm256_unpackhi_epi32(weight, weight);
-    if constexpr (Channels == 3) {
-        const __m256i colors = _mm256_set1_epi64x(0x0000FFFFFFFFFFFF);
-        low = _mm256_and_si256(low, colors);
-        high = _mm256_and_si256(high, colors);
-    }
-    low = mix(_mm256_unpacklo_epi8(s, zero), _mm256_unpacklo_epi8(d, zero), low);
-    high = mix(_mm256_unpackhi_epi8(s, zero), _mm256_unpackhi_epi8(d, zero), high);
-    return _mm256_packus_epi16(low, high);
+    const __m256i lowByte = _mm256_set1_epi16(255);
+    const __m256i both = _mm256_or_si256(weight, _mm256_slli_epi32(weight, 16));
+    const __m256i even = mix(_mm256_and_si256(s, lowByte), _mm256_and_si256(d, lowByte), both);
+    const __m256i odd =
+        mix(_mm256_srli_epi16(s, 8), _mm256_srli_epi16(d, 8), Channels == 4 ? both : weight);
+    return _mm256_or_si256(even, _mm256_slli_epi16(odd, 8));
 }
+/// Four pixels: the lower half of eight.
 template <int Channels>
 inline __m128i blend(__m128i d, __m128i s, __m128i weight) {
-    const __m128i zero = _mm_setzero_si128();
-    weight = _mm_or_si128(weight, _mm_slli_epi32(weight, 16));
-    __m128i low = _mm_unpacklo_epi32(weight, weight);
-    __m128i high = _mm_unpackhi_epi32(weight, weight);
-    if constexpr (Channels == 3) {
-        const __m128i colors = _mm_set1_epi64x(0x0000FFFFFFFFFFFF);
-        low = _mm_and_si128(low, colors);
-        high = _mm_and_si128(high, colors);
-    }
-    low = mix(_mm_unpacklo_epi8(s, zero), _mm_unpacklo_epi8(d, zero), low);
-    high = mix(_mm_unpackhi_epi8(s, zero), _mm_unpackhi_epi8(d, zero), high);
-    return _mm_packus_epi16(low, high);
+    return _mm256_castsi256_si128(blend<Channels>(
+        _mm256_castsi128_si256(d), _mm256_castsi128_si256(s), _mm256_castsi128_si256(weight)));
 }
 
 // Sources of colours and of weights: eight, four or one from pixel i on.
@@ -234,24 +214,30 @@ inline void blendRow(uint8_t* target, int count, Source source, Weight weight) {
     }
 }
 
+/// Eight pixels and a colour for each alpha; 255 stores it.
+inline __m256i blendAlphas(__m256i d, __m256i color, const uint8_t* alphas) {
+    const __m256i alpha = _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(loadLong(alphas)));
+    const __m256i blended = blend<3>(d, color, _mm256_slli_epi32(alpha, 7));
+    return _mm256_blendv_epi8(blended, color, _mm256_cmpeq_epi32(alpha, _mm256_set1_epi32(255)));
+}
+
 struct CAvx2Ops {
     static void fill(uint8_t* target, int count, uint32_t color) {
-        if (count < 8) { // most runs of glyphs
+        if (count < 8) { // as most runs are
             for (int i = 0; i < count; i++) memcpy(target + i * 4, &color, sizeof color);
             return;
         }
-        while (count > 0 && reinterpret_cast<uintptr_t>(target) & 31) {
-            memcpy(target, &color, sizeof color);
-            target += 4;
-            count--;
-        }
+        // Aligned stores; the first and the last one, which may overlap them, are not.
         const __m256i eight = _mm256_set1_epi32(static_cast<int>(color));
-        auto* wide = reinterpret_cast<__m256i*>(target);
-        for (; count >= 32; count -= 32, wide += 4)
+        uint8_t* const end = target + count * 4;
+        store256(target, eight);
+        auto* wide =
+            reinterpret_cast<__m256i*>((reinterpret_cast<uintptr_t>(target) + 32) & ~31ULL);
+        auto* const last = reinterpret_cast<__m256i*>(end);
+        for (; wide + 4 <= last; wide += 4)
             for (int i = 0; i < 4; i++) _mm256_store_si256(wide + i, eight);
-        for (; count >= 8; count -= 8, wide++) _mm256_store_si256(wide, eight);
-        target = reinterpret_cast<uint8_t*>(wide);
-        for (; count > 0; count--, target += 4) memcpy(target, &color, sizeof color);
+        for (; wide + 1 <= last; wide++) _mm256_store_si256(wide, eight);
+        store256(end - 32, eight);
     }
     static void blendColor(uint8_t* target, int count, uint32_t color, int weight) {
         blendRow<4>(target, count, COneColor{color}, COneWeight{weight});
@@ -284,6 +270,35 @@ struct CAvx2Ops {
         }
     }
 
+    static void alphaRect(const CAlphaRect& rect) {
+        const int whole = rect.width & ~7;
+        const int rest = rect.width - whole;
+        const __m256i color = _mm256_set1_epi32(static_cast<int>(rect.color));
+        // What lies right of the rectangle may be another thread's.
+        const __m256i isInside =
+            _mm256_cmpgt_epi32(_mm256_set1_epi32(rest), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        for (int y = 0; y < rect.height; y++) {
+            uint8_t* target = rect.target + static_cast<ptrdiff_t>(y) * rect.targetStride;
+            const uint8_t* alpha = rect.alpha + static_cast<ptrdiff_t>(y) * rect.alphaStride;
+            for (int x = 0; x < whole; x += 8) {
+                uint8_t* at = target + x * 4;
+                store256(at, blendAlphas(load256(at), color, alpha + x));
+            }
+            if (rest > 2) {
+                auto* at = reinterpret_cast<int*>(target + whole * 4);
+                const __m256i d = _mm256_maskload_epi32(at, isInside);
+                _mm256_maskstore_epi32(at, isInside, blendAlphas(d, color, alpha + whole));
+                continue;
+            }
+            for (int x = whole; x < rect.width; x++) {
+                if (alpha[x] == 255)
+                    memcpy(target + x * 4, &rect.color, sizeof rect.color);
+                else
+                    blendAlpha(target + x * 4, rect.color, alpha[x]);
+            }
+        }
+    }
+
     static void alphaPairs(uint8_t* target, const uint8_t* pairs, int count,
                            const uint8_t (*table)[4]) {
         blendRow<3>(target, count, CLookedUp<2>{pairs, table}, CPairAlpha{pairs, 128});
@@ -291,13 +306,6 @@ struct CAvx2Ops {
     static void weightPairs(uint8_t* target, const uint8_t* pairs, int count,
                             const uint8_t (*table)[4], int factor) {
         blendRow<4>(target, count, CLookedUp<2>{pairs, table}, CPairAlpha{pairs, factor});
-    }
-    static void storeIndices(uint8_t* target, const uint8_t* indices, int count,
-                             const uint8_t (*table)[4]) {
-        for (int i = 0; i < count; i++) {
-            const uint32_t color = colorAt(table, indices[i]);
-            memcpy(target + i * 4, &color, sizeof color);
-        }
     }
     static void blendIndices(uint8_t* target, const uint8_t* indices, int count,
                              const uint8_t (*table)[4], int weight) {

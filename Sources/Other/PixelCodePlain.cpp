@@ -1,12 +1,12 @@
 #include "Other/ImageRowWalker.h"
 
+#include <cstddef>
+
 // The plain loops: they say what drawing is, and the wide sets are compared with them.
 
 namespace lum {
 
 namespace {
-
-constexpr int kLowestCoverage = 2; // of a stroke's mask; up to it nothing is drawn
 
 struct CPlainOps {
     /// d + ((s - d) * weight >> 15) on the lowest `Channels` bytes.
@@ -50,6 +50,19 @@ struct CPlainOps {
         }
     }
 
+    static void alphaRect(const CAlphaRect& rect) {
+        for (int y = 0; y < rect.height; y++) {
+            uint8_t* target = rect.target + static_cast<ptrdiff_t>(y) * rect.targetStride;
+            const uint8_t* alpha = rect.alpha + static_cast<ptrdiff_t>(y) * rect.alphaStride;
+            for (int x = 0; x < rect.width; x++) {
+                if (alpha[x] == 255)
+                    fill(target + x * 4, 1, rect.color);
+                else
+                    blendAlpha(target + x * 4, rect.color, alpha[x]);
+            }
+        }
+    }
+
     static void alphaPairs(uint8_t* target, const uint8_t* pairs, int count,
                            const uint8_t (*table)[4]) {
         for (int i = 0; i < count; i++)
@@ -59,13 +72,6 @@ struct CPlainOps {
                             const uint8_t (*table)[4], int factor) {
         for (int i = 0; i < count; i++)
             blend<4>(target + i * 4, colorAt(table, pairs[i * 2]), pairs[i * 2 + 1] * factor);
-    }
-    static void storeIndices(uint8_t* target, const uint8_t* indices, int count,
-                             const uint8_t (*table)[4]) {
-        for (int i = 0; i < count; i++) {
-            const uint32_t color = colorAt(table, indices[i]);
-            memcpy(target + i * 4, &color, sizeof color);
-        }
     }
     static void blendIndices(uint8_t* target, const uint8_t* indices, int count,
                              const uint8_t (*table)[4], int weight) {

@@ -1,7 +1,7 @@
 #include "UI/CCaption.h"
 
+#include "Core/CLog.h"
 #include "Other/CFontObject.h"
-#include "Other/CImageSetObject.h"
 
 #include <cmath>
 
@@ -20,7 +20,6 @@ constexpr CAttrRow<CCaption> kAttrs[] = {
 };
 
 constexpr const char* kDefaultSlot = "Text";
-constexpr const char* kSharedPrefix = "shared::";
 
 } // namespace
 
@@ -31,16 +30,17 @@ void CCaption::fillClass(CClassInfo& info) {
 
 CErrorResult CCaption::initContent() {
     updateTextSlots();
-    wrapper.setImageSource(this);
+    wrapper.setImageSource(&images);
     LUM_TRY(CView::initContent());
     if (!hasFont) LUM_TRY(findFont(getAttrString("font-name")));
     return nullptr;
 }
 
 CErrorResult CCaption::findFont(const CString& path) {
-    if (path.empty()) return LUM_FAIL("@lumstr_CCaption_font_Empty Attribute 'font-name' is empty");
+    if (path.empty())
+        return LUM_FAIL("@lumstr_CCaption_findFont_Empty Attribute 'font-name' is empty");
     const auto* font = findAs<CFontObject>(path);
-    if (!font) return LUM_FAIL("@lumstr_CCaption_font_NotFound Font '%1' not found.", path);
+    if (!font) return LUM_FAIL("@lumstr_CCaption_findFont_NotFound Font '%1' not found.", path);
     LUM_TRY(wrapper.setFontObject(font));
     hasFont = true;
     updateCompactSize();
@@ -53,8 +53,10 @@ CErrorResult CCaption::attrFontName(const CAttrEntry& value) {
 }
 
 CErrorResult CCaption::attrTitle(const CAttrEntry& value) {
+    const CString title = value.text();
+    if (hasBrokenImageTag(title)) logFormat("Errors in caption: %s", title.toUtf8().c_str());
     wrapper.clear();
-    wrapper.addParagraph(value.text());
+    wrapper.addParagraph(title);
     updateCompactSize();
     requestPrepare();
     LUM_TRY(fireEvent("title-changed", false));
@@ -90,14 +92,6 @@ void CCaption::updateTextSlots() {
     slots = names[0];
     for (size_t i = 1; i < names.size(); i++) slots.append("|").append(names[i]);
     setTextSlots(slots);
-}
-
-const CImage* CCaption::findTextImage(const CString& setPath, const CString& range) {
-    const auto* object = findAs<CImageSetObject>(setPath);
-    if (!object) object = findAs<CImageSetObject>(CString(kSharedPrefix) + setPath);
-    if (!object) return nullptr;
-    const CImageSet& images = object->getImageSet();
-    return images.getImage(images.findRange(range));
 }
 
 // ---- Layout

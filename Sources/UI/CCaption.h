@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Other/CObjectTextImages.h"
 #include "Other/CTextDrawing.h"
 #include "UI/CView.h"
 
@@ -7,7 +8,7 @@ namespace lum {
 
 /// `ui:caption`: a text in one style, wrapped where it has mark-up. Its compact size is the text's.
 /// Interface thread.
-class CCaption : public CView, public CTextImageSource {
+class CCaption : public CView {
 public:
     static void fillClass(CClassInfo& info);
     CErrorResult initContent() override;
@@ -17,7 +18,6 @@ public:
     CErrorResult attrTextLook(const CAttrEntry& value);
     void onScaleChanged() override;
     CErrorResult prepare() override;
-    const CImage* findTextImage(const CString& setPath, const CString& range) override;
 
 protected:
     void render(const CViewContext& context) const override;
@@ -30,6 +30,7 @@ private:
     void layoutText();
     void prepareText(int index, const CViewLook& look);
 
+    CObjectTextImages images{*this};
     CTextWrapper wrapper;
     bool hasFont = false;
     bool hasShadow = false;

@@ -1,5 +1,7 @@
 #include "UI/CFrame.h"
 
+#include <cmath>
+
 namespace lum {
 
 namespace {
@@ -10,6 +12,8 @@ constexpr CAttrRow<CFrame> kAttrs[] = {
     {"has-corners-only", &CFrame::attrLook},               // no edges
     {"is-fixed-frame", &CFrame::attrLook},                 // pieces at scale 1
     {"is-ignore-color-opacity", &CFrame::attrLook},        // colours count as opaque
+    {"is-textured-background", &CFrame::attrLook},         // grain on the area inside
+    {"textured-background-offset-x", &CFrame::attrLook},   // start of the grain, interface units
     {"second-layer-color", &CFrame::attrSecondLayerColor}, // name for the images' second slot
     {"is-shadow-hidden", &CFrame::attrIsShadowHidden},     // of a shadow itself
 };
@@ -19,6 +23,7 @@ constexpr CEventRow<CFrame> kEvents[] = {
 };
 
 constexpr int kFirstPiece = 0; // image index behind the start of the range
+constexpr int kTexture = 8;    // the same, behind the pieces
 constexpr int kSecondSlot = 1;
 constexpr const char* kShadowTag = "ui:shadow";
 constexpr int kFullTone = 255; // ramp index
@@ -71,7 +76,8 @@ void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     pieces.scale = getAttrBool("is-fixed-frame") ? 1.0 : window->scale();
     for (int piece = 0; piece < kPieceCount; piece++) {
         pieces.images[piece] = getImage(look, kFirstPiece + piece);
-        if (pieces.images[piece]) pieces.sizes[piece] = sizeOf(*pieces.images[piece], pieces.scale);
+        if (pieces.images[piece])
+            pieces.sizes[piece] = imageBounds(*pieces.images[piece], pieces.scale);
     }
     const CPixelRect all = localBounds();
     const auto largest = [&pieces](int a, int b, int c, bool isWide) {
@@ -87,6 +93,8 @@ void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     const bool hasCorners = getAttrBool("has-borders", true) || getAttrBool("has-corners-only");
     const bool hasEdges = getAttrBool("has-borders", true) && !getAttrBool("has-corners-only");
     if (getAttrBool("has-center")) addCenter(out, look, pieces, {left, top, right, bottom});
+    if (getAttrBool("is-textured-background"))
+        addTexture(out, look, pieces, {left, top, right, bottom});
     if (hasEdges) {
         addTiled(out, look, pieces, kTop, {left, 0, right, top});
         addTiled(out, look, pieces, kLeft, {0, top, left, bottom});
@@ -98,16 +106,6 @@ void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     addPiece(out, look, pieces, kTopRight, {right, 0, all.right, top});
     addPiece(out, look, pieces, kBottomLeft, {0, bottom, left, all.bottom});
     addPiece(out, look, pieces, kBottomRight, {right, bottom, all.right, all.bottom});
-}
-
-CPixelRect CFrame::sizeOf(const CImage& image, double scale) const {
-    CPixelRect bounds;
-    for (const auto& layer : image.layers) {
-        const CImagePlacement placed = CImagePlacement::place(*layer, scale, {}, 1.0);
-        bounds.right = std::max(bounds.right, placed.offsetX + placed.width);
-        bounds.bottom = std::max(bounds.bottom, placed.offsetY + placed.height);
-    }
-    return bounds;
 }
 
 void CFrame::addPiece(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
@@ -122,11 +120,29 @@ void CFrame::addTiled(CPreparedDraw& out, const CViewLook& look, const CPieces& 
                       const CPixelRect& area) {
     const CPixelRect& size = pieces.sizes[piece];
     if (!pieces.images[piece] || area.empty() || size.empty()) return;
+    addTiles(out, look, *pieces.images[piece], pieces.scale, size, area, area.left);
+}
+
+/// Repeats an image to the right and down, from `startX` and the top of the area on.
+void CFrame::addTiles(CPreparedDraw& out, const CViewLook& look, const CImage& image, double scale,
+                      const CPixelRect& size, const CPixelRect& area, int startX) {
     const size_t from = out.size();
     for (int y = area.top; y < area.bottom; y += size.height())
-        for (int x = area.left; x < area.right; x += size.width())
-            addImage(out, look, *pieces.images[piece], x, y, area);
-    adjust(out, from, pieces.scale);
+        for (int x = startX; x < area.right; x += size.width())
+            addImage(out, look, image, x, y, area);
+    adjust(out, from, scale);
+}
+
+// Neighbours start their grain at other places, so that they do not look alike.
+void CFrame::addTexture(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,
+                        const CPixelRect& area) {
+    const CImage* image = getImage(look, kTexture);
+    const CPixelRect size = image ? imageBounds(*image, pieces.scale) : CPixelRect();
+    if (area.empty() || size.empty()) return;
+    const double offset = getAttrReal("textured-background-offset-x") * pieces.scale;
+    const double shift = std::fmod(std::round(offset), size.width());
+    const int start = area.left + static_cast<int>(shift) - (shift > 0.0 ? size.width() : 0);
+    addTiles(out, look, *image, pieces.scale, size, area, start);
 }
 
 void CFrame::addCenter(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,

@@ -7,7 +7,8 @@ namespace lum {
 /// `ui:frame-base`, `ui:shadow`: a border of eight pieces around an area. The pieces of a set stand
 /// row by row: corners and edges from the top left to the bottom right. Corners keep their size,
 /// edges repeat, and the centre is filled with the tone at which the last corner starts, so that
-/// border and centre meet. Interface thread.
+/// border and centre meet. The image behind the pieces is the grain of a textured background.
+/// Interface thread.
 class CFrame : public CView {
 public:
     static void fillClass(CClassInfo& info);
@@ -26,11 +27,14 @@ private:
     static constexpr int kPieceCount = 8;
     struct CPieces;
 
-    CPixelRect sizeOf(const CImage& image, double scale) const;
     void addPiece(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
                   const CPixelRect& area);
     void addTiled(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
                   const CPixelRect& area);
+    void addTiles(CPreparedDraw& out, const CViewLook& look, const CImage& image, double scale,
+                  const CPixelRect& size, const CPixelRect& area, int startX);
+    void addTexture(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,
+                    const CPixelRect& area);
     void addCenter(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,
                    const CPixelRect& area);
     void adjust(CPreparedDraw& out, size_t from, double scale) const;

@@ -43,7 +43,9 @@ void CHeadlessWindow::setWindowSize(double newWidth, double newHeight) {
 void CHeadlessWindow::setScale(double newScale) {
     currentScale = newScale;
     network->setValue(network->scaleCell(), newScale);
-    for (CView* view : entered) view->onScaleChanged();
+    CVector<CView*, 0> views; // those not laid out yet too
+    for (CObject* child : getChildren()) collect(views, *child);
+    for (CView* view : views) view->onScaleChanged();
 }
 
 void CHeadlessWindow::placeRoot() {
@@ -155,14 +157,16 @@ void CHeadlessWindow::addDirtyRect(const CViewRect& rect) {
 // ---- Painting
 
 void CHeadlessWindow::collect(CVector<CView*, 0>& out, CObject& object) const {
-    if (auto* view = dynamic_cast<CView*>(&object); view && entered.find(view) != entered.end())
-        out.push_back(view);
+    if (auto* view = dynamic_cast<CView*>(&object)) out.push_back(view);
     for (CObject* child : object.getChildren()) collect(out, *child);
 }
 
 CVector<CView*, 0> CHeadlessWindow::drawingOrder() const {
     CVector<CView*, 0> views;
     for (CObject* child : getChildren()) collect(views, *child);
+    const auto isOutside = [this](CView* view) { return entered.find(view) == entered.end(); };
+    const auto end = std::remove_if(views.begin(), views.end(), isOutside);
+    views.resize(static_cast<size_t>(end - views.begin()));
     std::stable_sort(views.begin(), views.end(),
                      [](const CView* a, const CView* b) { return a->getZ() < b->getZ(); });
     return views;

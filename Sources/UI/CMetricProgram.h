@@ -27,6 +27,17 @@ enum class MetricOp : int32_t {
     Cell = 13,  // id of the cell follows
 };
 
+/// Calls `action` with the id of each cell that a program's items read, in their order.
+template <class Action>
+void forEachOperand(const int32_t* items, size_t count, Action action) {
+    for (size_t i = 0; i < count; i++) {
+        const auto code = static_cast<MetricOp>(items[i]);
+        if (code != MetricOp::Constant && code != MetricOp::Cell) continue;
+        i++;
+        if (code == MetricOp::Cell) action(static_cast<CCellId>(items[i]));
+    }
+}
+
 /// A program under construction. Thread: the one that holds it.
 class CMetricProgram {
 public:

@@ -92,7 +92,7 @@ void CPicture::onScaleChanged() {
 void CPicture::updateCompactSize() {
     const CImage* image = getArea() ? getImage(getCrossfade().getTarget()) : nullptr;
     if (!image) return;
-    const CPixelRect size = imageBounds(*image);
+    const CPixelRect size = imageBounds(*image, window->scale());
     const double scale = window->scale();
     if (getAttrString("compact-width") != "0")
         getArea()->setCompactValue(kAxisX, size.width() - (crop.left + crop.right) * scale);
@@ -113,7 +113,7 @@ CPixelRect CPicture::targetBounds() const {
 void CPicture::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     const CImage* image = getImage(look);
     if (!image) return;
-    const CPixelRect size = imageBounds(*image);
+    const CPixelRect size = imageBounds(*image, window->scale());
     const CPixelRect around = targetBounds();
     const auto pixels = [this](double units) {
         return static_cast<int>(std::lround(units * window->scale()));

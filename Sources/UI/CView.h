@@ -73,8 +73,8 @@ protected:
                   const CPixelRect& clip, double opacity = 1.0);
     static void addFill(CPreparedDraw& out, const CPixelRect& area, const CDrawColor& color,
                         int paletteIndex, double opacity = 1.0);
-    /// Size of an image at the window's scale, from its origin to its far edges.
-    CPixelRect imageBounds(const CImage& image) const;
+    /// Size of an image at a scale, from its origin to its far edges.
+    static CPixelRect imageBounds(const CImage& image, double scale);
     CPixelRect localBounds() const; // of the drawing, its corner at 0, 0
 
 private:

@@ -13,6 +13,19 @@ constexpr double kNoLimit = 1e10;         // pixels; a size without a given maxi
 constexpr double kSmallestRatio = 0.0001; // of a scrolled content's visible part
 constexpr double kPositionSteps = 128.0;  // of a pixel, in handed-over rectangles
 
+/// What a metric is until a view sets it; most views never set these.
+struct CUnsetMetric {
+    Metric metric;
+    double value;
+};
+constexpr CUnsetMetric kUnsetMetrics[] = {
+    {Metric::InnerNear, 0.0}, {Metric::InnerFar, 0.0}, {Metric::OuterNear, 0.0},
+    {Metric::OuterFar, 0.0},  {Metric::Min, 0.0},      {Metric::Max, kNoLimit},
+    {Metric::Offset, 0.0},    {Metric::Ratio, 1.0},    {Metric::Scroller, 0.0},
+};
+constexpr int kMetricCount = static_cast<int>(Metric::Count);
+static_assert(kMetricCount * 2 <= 32, "a bit for each cell");
+
 } // namespace
 
 CViewArea::CViewArea(CViewMetrics& network, CViewArea* parentArea,
@@ -21,13 +34,15 @@ CViewArea::CViewArea(CViewMetrics& network, CViewArea* parentArea,
       parent(parentArea),
       handler(updateHandler),
       level(parentArea ? parentArea->level + 1 : 0) {
-    for (auto& pair : cells)
-        for (CCellId& cell : pair) cell = metrics.newCell(this);
+    for (auto& pair : cells) pair[kAxisX] = pair[kAxisY] = CViewMetrics::kNoCell;
+    for (const CUnsetMetric& unset : kUnsetMetrics)
+        for (CCellId& cell : cells[static_cast<int>(unset.metric)])
+            cell = metrics.constantCell(unset.value);
+    for (int metric = 0; metric < kMetricCount; metric++)
+        for (const int axis : {kAxisX, kAxisY})
+            if (cells[metric][axis] == CViewMetrics::kNoCell)
+                ownCell(static_cast<Metric>(metric), axis);
     childCountCell = metrics.newCell(this);
-    for (const int axis : {kAxisX, kAxisY}) {
-        setCell(M::Max, axis, kNoLimit);
-        setCell(M::Ratio, axis, 1.0);
-    }
     if (parent) parent->children.push_back(this);
     markDirty();
     markParentDirty();
@@ -50,9 +65,26 @@ CViewArea::~CViewArea() {
     }
     resizeRows(0);
     metrics.deleteCell(childCountCell);
-    for (const auto& pair : cells)
-        for (const CCellId cell : pair) metrics.deleteCell(cell);
+    for (int metric = 0; metric < kMetricCount; metric++)
+        for (const int axis : {kAxisX, kAxisY})
+            if (isOwn(static_cast<Metric>(metric), axis)) metrics.deleteCell(cells[metric][axis]);
     metrics.forget(*this);
+}
+
+/// The area's own cell of a metric; programs that read the window's have to be compiled anew.
+CCellId CViewArea::ownCell(Metric metric, int axis) {
+    CCellId& cell = cells[static_cast<int>(metric)][axis];
+    if (isOwn(metric, axis)) return cell;
+    const double unset = cell == CViewMetrics::kNoCell ? 0.0 : metrics.value(cell);
+    cell = metrics.newCell(this);
+    metrics.setValue(cell, unset);
+    ownCells |= ownBit(metric, axis);
+    return cell;
+}
+
+void CViewArea::setCell(Metric metric, int axis, double newValue) {
+    if (isOwn(metric, axis) || value(metric, axis) != newValue)
+        metrics.setValue(ownCell(metric, axis), newValue);
 }
 
 void CViewArea::markDirty() {
@@ -190,7 +222,9 @@ void CViewArea::subtractBorders(CMetricProgram& program, Metric nearMetric, int 
 }
 
 void CViewArea::setScroller(int axis, double units) {
+    const bool wasOwn = isOwn(M::Scroller, axis);
     compileScaled(M::Scroller, axis, units);
+    if (isOwn(M::Scroller, axis) != wasOwn) markDirty();
 }
 
 // Most borders are 0, which needs no program.
@@ -198,15 +232,21 @@ void CViewArea::compileScaled(Metric metric, int axis, double units) {
     if (units == 0.0) return setCell(metric, axis, 0.0);
     CMetricProgram program;
     program.constant(metrics.constantIndex(units)).cell(metrics.scaleCell()).op(MetricOp::Multiply);
-    metrics.setProgram(id(metric, axis), program);
+    metrics.setProgram(ownCell(metric, axis), program);
+}
+
+void CViewArea::setScrollMetric(Metric metric, int axis, double newValue) {
+    const bool wasOwn = isOwn(metric, axis);
+    setCell(metric, axis, newValue);
+    if (isOwn(metric, axis) != wasOwn) markDirty();
 }
 
 void CViewArea::setOffset(int axis, double newValue) {
-    setCell(M::Offset, axis, newValue);
+    setScrollMetric(M::Offset, axis, newValue);
 }
 
 void CViewArea::setRatio(int axis, double newValue) {
-    setCell(M::Ratio, axis, std::clamp(newValue, kSmallestRatio, 1.0));
+    setScrollMetric(M::Ratio, axis, std::clamp(newValue, kSmallestRatio, 1.0));
 }
 
 void CViewArea::setCompactEnabled(int axis, bool value) {
@@ -285,7 +325,6 @@ void CViewArea::pushSize(CMetricProgram& program, const CSizeRule& rule, int axi
         if (rule.amount == 1.0) return;
         program.constant(metrics.constantIndex(rule.amount)).op(MetricOp::Multiply);
     };
-    const bool addsScroller = scrollable && isClamped;
     switch (rule.mode) {
     case SizeMode::Balanced:
         program.cell(id(M::Available, axis));
@@ -306,7 +345,7 @@ void CViewArea::pushSize(CMetricProgram& program, const CSizeRule& rule, int axi
     case SizeMode::FullSimple:
         program.cell(id(M::Available, axis));
         subtractBorders(program, M::OuterNear, axis);
-        if (addsScroller) program.addCell(id(M::Scroller, axis));
+        if (scrollable) program.addCell(id(M::Scroller, axis));
         break;
     case SizeMode::Number:
         program.constant(metrics.constantIndex(rule.amount)).cell(metrics.scaleCell());
@@ -321,7 +360,7 @@ void CViewArea::pushSize(CMetricProgram& program, const CSizeRule& rule, int axi
     case SizeMode::Compact:
         program.cell(id(M::Compact, axis));
         addBorders(program, M::InnerNear, axis);
-        if (addsScroller) program.addCell(id(M::Scroller, axis));
+        if (scrollable) program.addCell(id(M::Scroller, axis));
         break;
     }
     if (isClamped) pushClamp(program, axis);
@@ -336,7 +375,7 @@ void CViewArea::compileLimit(Metric metric, const CSizeRule& rule, int axis, dou
     if (rule.mode == SizeMode::Unset) return setCell(metric, axis, fallback);
     CMetricProgram program;
     pushSize(program, rule, axis, false);
-    metrics.setProgram(id(metric, axis), program);
+    metrics.setProgram(ownCell(metric, axis), program);
 }
 
 void CViewArea::handOver() {

@@ -62,7 +62,8 @@ enum class Metric {
     Count,
 };
 
-/// The cells of one view in the network of its window, and how they are placed in the cells of its
+/// The cells of one view in the network of its window (of metrics that it does not set, the
+/// window's), and how they are placed in the cells of its
 /// parent. Owned by its view; parent and children are other areas of the same network, which ends
 /// behind them. Setters only note what has to be compiled; plain values are written at once.
 /// Interface thread.
@@ -131,11 +132,15 @@ private:
     };
 
     CCellId id(Metric metric, int axis) const { return cells[static_cast<int>(metric)][axis]; }
-    void setCell(Metric metric, int axis, double newValue) {
-        metrics.setValue(id(metric, axis), newValue);
+    static uint32_t ownBit(Metric metric, int axis) {
+        return 1U << (static_cast<int>(metric) * 2 + axis);
     }
+    bool isOwn(Metric metric, int axis) const { return ownCells & ownBit(metric, axis); }
+    CCellId ownCell(Metric metric, int axis);
+    void setCell(Metric metric, int axis, double newValue);
     template <class T>
     void change(T& member, const T& newValue, bool concernsParent);
+    void setScrollMetric(Metric metric, int axis, double newValue);
     void compileScaled(Metric metric, int axis, double units);
     void setBorder(CViewBorder& border, const CViewBorder& newBorder, Metric nearMetric);
     double borderUnits(Metric metric, int axis) const;
@@ -173,6 +178,7 @@ private:
     void placeOnAxis(CViewArea& child, int axis, MetricAlign align);
     void placeInRegion(CViewArea& child);
     void placeDocked(CRectProgram& rest);
+    static CRectProgram regionOf(const CViewArea& child);
     static void shrink(CRectProgram& rest, const CViewArea& child);
     void placeRows(const CRectProgram& rest);
     void placeRow(const CInlineRow& row, const CRectProgram& rest, CMetricProgram& crossStart);
@@ -190,6 +196,7 @@ private:
     CViewAreaUpdateHandler* handler;
     CVector<CViewArea*, 4> children; // in tree order
     CCellId cells[static_cast<int>(Metric::Count)][2];
+    uint32_t ownCells = 0; // bits; the others are the window's, with the value of an unset metric
     CCellId childCountCell;
     CSizeRule sizes[2];
     CSizeRule minSizes[2];

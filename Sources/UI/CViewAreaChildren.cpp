@@ -5,6 +5,18 @@
 
 namespace lum {
 
+namespace {
+
+/// Docked children or stacked rows whose places are sums over all before them. The next ones build
+/// on the place of this one: shorter programs, and a chain that stays far from the deepest level.
+constexpr int kChainLength = 16;
+
+bool endsChain(int index) {
+    return index % kChainLength == kChainLength - 1;
+}
+
+} // namespace
+
 // Whatever compiles to the programs that are there already costs their comparison alone.
 void CViewArea::rebuild() {
     compileSizes();
@@ -203,6 +215,7 @@ void CViewArea::placeInRegion(CViewArea& child) {
 
 // The side to which a child is docked is its alignment on that axis; its own counts on the other.
 void CViewArea::placeDocked(CRectProgram& rest) {
+    int index = 0;
     for (CViewArea* child : children) {
         if (!child->takesRoom() || !child->isDocked()) continue;
         MetricAlign aligns[2] = {child->alignment[kAxisX], child->alignment[kAxisY]};
@@ -224,8 +237,18 @@ void CViewArea::placeDocked(CRectProgram& rest) {
         }
         giveRegion(*child, rest, rest);
         for (const int axis : {kAxisX, kAxisY}) placeOnAxis(*child, axis, aligns[axis]);
+        if (endsChain(index++)) rest = regionOf(*child);
         shrink(rest, *child);
     }
+}
+
+CViewArea::CRectProgram CViewArea::regionOf(const CViewArea& child) {
+    CRectProgram region;
+    for (const int axis : {kAxisX, kAxisY}) {
+        region.position[axis].cell(child.id(M::RegionPosition, axis));
+        region.size[axis].cell(child.id(M::RegionSize, axis));
+    }
+    return region;
 }
 
 void CViewArea::shrink(CRectProgram& rest, const CViewArea& child) {
@@ -247,8 +270,11 @@ void CViewArea::placeRows(const CRectProgram& rest) {
     if (rows.empty()) return;
     CMetricProgram crossStart;
     pushStackStart(crossStart, rest);
-    for (const CInlineRow& row : rows) {
+    const int cross = 1 - mainAxis();
+    for (int index = 0; index < rows.ssize(); index++) {
+        const CInlineRow& row = rows[index];
         placeRow(row, rest, crossStart);
+        if (endsChain(index)) crossStart = regionOf(*row.items[0]).position[cross];
         crossStart.addCell(row.cells[kRowCross]);
     }
 }

@@ -143,8 +143,8 @@ CErrorResult CViewBasePlacement::parseAlign(MetricAlign& out, const CAttrEntry& 
         out = static_cast<MetricAlign>(index - 1);
         return nullptr;
     }
-    const CString message = CString("@lumstr_CViewBasePlacement_alignment Invalid ") + prefix +
-                            "alignment-" + kAxisNames[axis] + " '%1'.";
+    const CString message = CString("@lumstr_CViewBasePlacement_parseAlign_Invalid Invalid ") +
+                            prefix + "alignment-" + kAxisNames[axis] + " '%1'.";
     return LUM_FAIL(message, text);
 }
 
@@ -233,7 +233,8 @@ CErrorResult CViewBasePlacement::attrPlacement(const CAttrEntry& value) {
         if (viewArea) viewArea->setPlacement(row.placement);
         return getState() >= 3 ? resolveMatch() : nullptr;
     }
-    return LUM_FAIL("@lumstr_CViewBasePlacement_placement Invalid placement '%1'.", text);
+    return LUM_FAIL("@lumstr_CViewBasePlacement_attrPlacement_Invalid Invalid placement '%1'.",
+                    text);
 }
 
 CErrorResult CViewBasePlacement::attrPlacementMatch(const CAttrEntry&) {
@@ -245,7 +246,8 @@ CErrorResult CViewBasePlacement::resolveMatch() {
     const CString path = getAttrString("placement-match");
     auto* target = findAs<CViewBasePlacement>(path);
     if (!target || !target->viewArea || target->window != window)
-        return LUM_FAIL("@lumstr_CViewBasePlacement_match Invalid match '%1'.", path);
+        return LUM_FAIL("@lumstr_CViewBasePlacement_resolveMatch_Invalid Invalid match '%1'.",
+                        path);
     viewArea->setMatch(target->viewArea.get());
     return nullptr;
 }
@@ -262,12 +264,13 @@ CErrorResult CViewBasePlacement::parseSize(CSizeRule& out, const CString& text, 
     } else if (text.startsWith(kCompactWord)) {
         double part = 0.0;
         if (!parsePercent(part, text.substring(kCompactLength).trimmed()))
-            return axis == kAxisX ? LUM_FAIL("@lumstr_CViewBasePlacement_compactWidth Invalid "
-                                             "compact width syntax '%1'.",
-                                             text)
-                                  : LUM_FAIL("@lumstr_CViewBasePlacement_compactHeight Invalid "
-                                             "compact height syntax '%1'.",
-                                             text);
+            return axis == kAxisX
+                       ? LUM_FAIL("@lumstr_CViewBasePlacement_parseSize_CompactWidth Invalid "
+                                  "compact width syntax '%1'.",
+                                  text)
+                       : LUM_FAIL("@lumstr_CViewBasePlacement_parseSize_CompactHeight Invalid "
+                                  "compact height syntax '%1'.",
+                                  text);
         out = {SizeMode::CompactFull, part};
     } else if (double number = 0.0; parsePercent(number, text)) {
         out = {SizeMode::Percent, number};
@@ -275,9 +278,12 @@ CErrorResult CViewBasePlacement::parseSize(CSizeRule& out, const CString& text, 
         out = {SizeMode::Number, number};
     } else {
         return axis == kAxisX
-                   ? LUM_FAIL("@lumstr_CViewBasePlacement_width Invalid width syntax '%1'.", text)
-                   : LUM_FAIL("@lumstr_CViewBasePlacement_height Invalid height syntax '%1'.",
-                              text);
+                   ? LUM_FAIL(
+                         "@lumstr_CViewBasePlacement_parseSize_Width Invalid width syntax '%1'.",
+                         text)
+                   : LUM_FAIL(
+                         "@lumstr_CViewBasePlacement_parseSize_Height Invalid height syntax '%1'.",
+                         text);
     }
     return nullptr;
 }
@@ -286,17 +292,24 @@ CErrorResult CViewBasePlacement::setSizeRule(const CAttrEntry& value, int axis) 
     const CString text = value.text();
     if (text.empty())
         return axis == kAxisX
-                   ? LUM_FAIL("@lumstr_CViewBasePlacement_emptyWidth Width cannot be empty.")
-                   : LUM_FAIL("@lumstr_CViewBasePlacement_emptyHeight Height cannot be empty.");
+                   ? LUM_FAIL(
+                         "@lumstr_CViewBasePlacement_setSizeRule_EmptyWidth Width cannot be empty.")
+                   : LUM_FAIL("@lumstr_CViewBasePlacement_setSizeRule_EmptyHeight Height cannot be "
+                              "empty.");
     CSizeRule rule;
     LUM_TRY(parseSize(rule, text, axis));
     if (viewArea) viewArea->setSize(axis, rule);
     return nullptr;
 }
 
-CErrorResult CViewBasePlacement::parseLimit(CSizeRule& out, const CAttrEntry& value, int axis) {
+// An empty limit is none.
+CErrorResult CViewBasePlacement::setLimit(const CAttrEntry& value, int axis,
+                                          void (CViewArea::*setter)(int, CSizeRule)) {
     const CString text = value.text();
-    return text.empty() ? CErrorResult() : parseSize(out, text, axis);
+    CSizeRule rule;
+    if (!text.empty()) LUM_TRY(parseSize(rule, text, axis));
+    if (viewArea) (viewArea.get()->*setter)(axis, rule);
+    return nullptr;
 }
 
 CErrorResult CViewBasePlacement::attrWidth(const CAttrEntry& value) {
@@ -308,31 +321,19 @@ CErrorResult CViewBasePlacement::attrHeight(const CAttrEntry& value) {
 }
 
 CErrorResult CViewBasePlacement::attrMaxWidth(const CAttrEntry& value) {
-    CSizeRule rule;
-    LUM_TRY(parseLimit(rule, value, kAxisX));
-    if (viewArea) viewArea->setMax(kAxisX, rule);
-    return nullptr;
+    return setLimit(value, kAxisX, &CViewArea::setMax);
 }
 
 CErrorResult CViewBasePlacement::attrMaxHeight(const CAttrEntry& value) {
-    CSizeRule rule;
-    LUM_TRY(parseLimit(rule, value, kAxisY));
-    if (viewArea) viewArea->setMax(kAxisY, rule);
-    return nullptr;
+    return setLimit(value, kAxisY, &CViewArea::setMax);
 }
 
 CErrorResult CViewBasePlacement::attrMinWidth(const CAttrEntry& value) {
-    CSizeRule rule;
-    LUM_TRY(parseLimit(rule, value, kAxisX));
-    if (viewArea) viewArea->setMin(kAxisX, rule);
-    return nullptr;
+    return setLimit(value, kAxisX, &CViewArea::setMin);
 }
 
 CErrorResult CViewBasePlacement::attrMinHeight(const CAttrEntry& value) {
-    CSizeRule rule;
-    LUM_TRY(parseLimit(rule, value, kAxisY));
-    if (viewArea) viewArea->setMin(kAxisY, rule);
-    return nullptr;
+    return setLimit(value, kAxisY, &CViewArea::setMin);
 }
 
 // ---- Scrolling

@@ -84,7 +84,8 @@ private:
     CErrorResult parseAlign(MetricAlign& out, const CAttrEntry& value, int axis,
                             const char* prefix);
     CErrorResult parseSize(CSizeRule& out, const CString& text, int axis);
-    CErrorResult parseLimit(CSizeRule& out, const CAttrEntry& value, int axis);
+    CErrorResult setLimit(const CAttrEntry& value, int axis,
+                          void (CViewArea::*setter)(int, CSizeRule));
     CErrorResult setAlign(const CAttrEntry& value, int axis);
     CErrorResult setInlineAlign(const CAttrEntry& value, int axis);
     CErrorResult setCompact(const CAttrEntry& value, int axis);

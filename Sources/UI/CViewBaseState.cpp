@@ -84,23 +84,25 @@ void CViewBaseState::removeViewState(CViewState& block) {
 }
 
 CErrorResult CViewBaseState::attrColorState(const CAttrEntry& value) {
-    ownValues[kColorState] = value;
-    merged.clear();
-    CViewLook look = crossfade.getTarget();
-    look.colorState = value.text();
-    if (!hasLook || active.empty()) crossfade.reset(look);
-    onLookChanged();
+    setOwnLook(kColorState, value);
     return nullptr;
 }
 
 CErrorResult CViewBaseState::attrImageSetRange(const CAttrEntry& value) {
-    ownValues[kImageRange] = value;
-    merged.clear();
-    CViewLook look = crossfade.getTarget();
-    look.imageSetRange = value.text();
-    if (!hasLook || active.empty()) crossfade.reset(look);
-    onLookChanged();
+    setOwnLook(kImageRange, value);
     return nullptr;
+}
+
+// What an active state says about it stays above the view's own value.
+void CViewBaseState::setOwnLook(const char* name, const CAttrEntry& value) {
+    ownValues[name] = value;
+    merged.clear();
+    const CViewLook look = lookOf(mergedState(stateKey()));
+    if (crossfade.isRunning())
+        crossfade.start(look, clock(), 0.0); // behind the fade
+    else
+        crossfade.reset(look);
+    onLookChanged();
 }
 
 // ---- Changing states

@@ -60,6 +60,7 @@ private:
         CAttrMap values;
     };
 
+    void setOwnLook(const char* name, const CAttrEntry& value);
     CErrorResult changeStates(const CString& names, bool isSetting);
     CString stateKey() const;
     const CMergedState& mergedState(const CString& key);

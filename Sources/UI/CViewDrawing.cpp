@@ -129,10 +129,10 @@ void CView::addFill(CPreparedDraw& out, const CPixelRect& area, const CDrawColor
     out.push_back(record);
 }
 
-CPixelRect CView::imageBounds(const CImage& image) const {
+CPixelRect CView::imageBounds(const CImage& image, double scale) {
     CPixelRect bounds;
     for (const auto& layer : image.layers) {
-        const CImagePlacement placed = CImagePlacement::place(*layer, window->scale(), {}, 1.0);
+        const CImagePlacement placed = CImagePlacement::place(*layer, scale, {}, 1.0);
         bounds.right = std::max(bounds.right, placed.offsetX + placed.width);
         bounds.bottom = std::max(bounds.bottom, placed.offsetY + placed.height);
     }

@@ -1,43 +1,48 @@
 #include "UI/CViewMetrics.h"
 
-#include "Core/CLog.h"
 #include "UI/CViewArea.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
+
+// Cells, their programs, and the areas that a change reaches.
 
 namespace lum {
 
 namespace {
 
-constexpr int kDeepestPropagation = 200; // levels; a circle ends here
-constexpr double kSameValue = std::numeric_limits<double>::epsilon();
 constexpr double kSameConstant = 0.0001;
-constexpr double kMaxOfNone = -1e20;
+constexpr size_t kLongList = 64;      // dependents; of a longer list those that leave stay a while
 constexpr int kMostLayoutRounds = 16; // of views that change metrics in answer to their rectangle
 
-bool isSame(double a, double b, double tolerance) {
-    return std::fabs(a - b) <= (std::fabs(a) + std::fabs(b)) * tolerance;
+using CProgramItems = CVector<int32_t, 12>;
+
+bool isSameProgram(const CProgramItems& items, const CMetricProgram& program) {
+    return items.size() == program.size() &&
+           std::memcmp(items.data(), program.data(), items.size() * sizeof(int32_t)) == 0;
 }
 
-/// Calls `action` with each cell that a program reads.
-template <class Action>
-void forEachOperand(const CVector<int32_t, 12>& program, Action action) {
-    for (size_t i = 0; i < program.size(); i++) {
-        const auto code = static_cast<MetricOp>(program[i]);
-        if (code != MetricOp::Constant && code != MetricOp::Cell) continue;
-        i++;
-        if (code == MetricOp::Cell) action(static_cast<CCellId>(program[i]));
+/// Whether the programs differ in their constants alone.
+bool readsTheSame(const CProgramItems& items, const CMetricProgram& program) {
+    if (items.size() != program.size()) return false;
+    for (size_t i = 0; i < items.size(); i++) {
+        if (items[i] != program.data()[i]) return false;
+        const auto code = static_cast<MetricOp>(items[i]);
+        if (code == MetricOp::Constant) i++;
+        if (code == MetricOp::Cell && (++i, items[i] != program.data()[i])) return false;
     }
+    return true;
 }
 
 } // namespace
 
-CViewMetrics::CViewMetrics() : scale(newCell(nullptr)), pixelSize(newCell(nullptr)) {
-    at(scale).value = 1.0;
-    at(pixelSize).value = 1.0;
+CViewMetrics::CViewMetrics() {
+    std::fill(std::begin(waiting), std::end(waiting), kNoCell);
+    scale = newCell(nullptr);
+    pixelSize = newCell(nullptr);
+    valueAt(scale).value = 1.0;
+    valueAt(pixelSize).value = 1.0;
 }
 
 CViewMetrics::~CViewMetrics() = default;
@@ -46,7 +51,7 @@ CViewMetrics::~CViewMetrics() = default;
 
 void CViewMetrics::addBlock() {
     const auto first = static_cast<uint32_t>(blocks.size()) << kBlockBits;
-    blocks.push_back(CBlock(new CMetricCell[kBlockSize]));
+    blocks.push_back(std::make_unique<CBlock>());
     for (uint32_t slot = kBlockSize; slot-- > 0;) {
         at(first + slot).nextFree = firstFree;
         firstFree = first + slot;
@@ -59,11 +64,22 @@ CCellId CViewMetrics::newCell(CViewArea* owner) {
     CMetricCell& cell = at(id);
     firstFree = cell.nextFree;
     cell.owner = owner;
-    cell.value = 0.0;
+    valueAt(id).value = 0.0;
+    valueAt(id).rank = 0;
     cellCount++;
     return id;
 }
 
+CCellId CViewMetrics::constantCell(double fixedValue) {
+    const auto [place, isNew] = constantCells.try_emplace(fixedValue, kNoCell);
+    if (!isNew) return place->second;
+    const CCellId id = place->second = newCell(nullptr);
+    valueAt(id).value = fixedValue;
+    at(id).isConstant = true;
+    return id;
+}
+
+// A cell that waits for its turn keeps its place in the line; without a program it is passed over.
 void CViewMetrics::deleteCell(CCellId id) {
     leaveOperands(id);
     CMetricCell& cell = at(id);
@@ -71,8 +87,9 @@ void CViewMetrics::deleteCell(CCellId id) {
     for (const CCellId dependent : cell.dependents) at(dependent).isStale = true;
     cell.program.clear();
     cell.dependents.clear();
+    cell.leftDependents = 0;
     cell.owner = nullptr;
-    cell.isPending = false;
+    valueAt(id).isPending = false;
     cell.isStale = false;
     cell.nextFree = firstFree;
     firstFree = id;
@@ -85,53 +102,82 @@ void CViewMetrics::setValue(CCellId id, double newValue) {
         leaveOperands(id);
         cell.program.clear();
     }
-    cell.isPending = false;
+    valueAt(id).isPending = false;
     cell.isStale = false;
-    assign(id, newValue, 0);
+    store(id, newValue, 0);
+    if (!isDeferring) propagate();
 }
 
 void CViewMetrics::setProgram(CCellId id, const CMetricProgram& program) {
     CMetricCell& cell = at(id);
-    if (!cell.isStale && isSameProgram(cell, program)) return;
-    leaveOperands(id);
+    if (!cell.isStale && isSameProgram(cell.program, program)) return;
+    // A size that moves in time changes a number alone.
+    const bool isLinked = !cell.isStale && readsTheSame(cell.program, program);
+    if (!isLinked) leaveOperands(id);
     cell.program.clear();
     cell.program.reserve(program.size());
     for (size_t i = 0; i < program.size(); i++) cell.program.push_back(program.data()[i]);
     cell.isStale = false;
-    joinOperands(id);
+    if (!isLinked) joinOperands(id);
     if (isDeferring) {
-        if (!std::exchange(cell.isPending, true)) pending.push_back(id);
+        CCellValue& place = valueAt(id);
+        if (!place.isPending) pending.push_back(id);
+        place.isPending = true;
         return;
     }
-    assign(id, evaluate(cell), 0);
-}
-
-bool CViewMetrics::isSameProgram(const CMetricCell& cell, const CMetricProgram& program) const {
-    return cell.program.size() == program.size() &&
-           std::memcmp(cell.program.data(), program.data(), program.size() * sizeof(int32_t)) == 0;
+    store(id, evaluate(id), 0);
+    propagate();
 }
 
 // A cell that the program reads twice has this one as its last dependent when it comes again.
 void CViewMetrics::joinOperands(CCellId id) {
-    forEachOperand(at(id).program, [this, id](CCellId operand) {
-        auto& dependents = at(operand).dependents;
-        if (dependents.empty() || dependents.back() != id) dependents.push_back(id);
+    const auto& program = at(id).program;
+    forEachOperand(program.data(), program.size(), [this, id](CCellId operand) {
+        CMetricCell& cell = at(operand);
+        auto& dependents = cell.dependents;
+        if (!cell.isConstant && (dependents.empty() || dependents.back() != id))
+            dependents.push_back(id);
     });
 }
 
-// Trees end backward, so the search starts at the end.
+// Trees end backward, so the search starts at the end. Where it could take long, as in the scale's
+// list, nothing is sought: a dependent that is none is evaluated for nothing, and now and then the
+// list is put in order.
 void CViewMetrics::leaveOperands(CCellId id) {
-    forEachOperand(at(id).program, [this, id](CCellId operand) {
-        auto& dependents = at(operand).dependents;
+    const auto& program = at(id).program;
+    forEachOperand(program.data(), program.size(), [this, id](CCellId operand) {
+        CMetricCell& cell = at(operand);
+        auto& dependents = cell.dependents;
+        if (dependents.size() > kLongList) {
+            if (++cell.leftDependents * 2 > dependents.size()) dropLeftDependents(operand);
+            return;
+        }
         size_t place = dependents.size();
         while (place > 0 && dependents[place - 1] != id) place--;
         if (place > 0) dependents.erase(place - 1);
     });
 }
 
+void CViewMetrics::dropLeftDependents(CCellId id) {
+    auto& dependents = at(id).dependents;
+    std::sort(dependents.begin(), dependents.end());
+    size_t kept = 0;
+    for (const CCellId dependent : dependents) {
+        if (kept > 0 && dependents[kept - 1] == dependent) continue;
+        bool isReading = false;
+        const auto& program = at(dependent).program;
+        forEachOperand(program.data(), program.size(),
+                       [&](CCellId operand) { isReading = isReading || operand == id; });
+        if (isReading) dependents[kept++] = dependent;
+    }
+    dependents.resize(kept);
+    at(id).leftDependents = 0;
+}
+
 int CViewMetrics::constantIndex(double newValue) {
     const auto isNear = [newValue](double present) {
-        return isSame(newValue, present, kSameConstant);
+        return std::fabs(newValue - present) <=
+               (std::fabs(newValue) + std::fabs(present)) * kSameConstant;
     };
     const auto above = constantPlaces.lower_bound(newValue);
     if (above != constantPlaces.end() && isNear(above->first)) return above->second;
@@ -143,104 +189,6 @@ int CViewMetrics::constantIndex(double newValue) {
     constants.push_back(newValue);
     constantPlaces.emplace(newValue, index);
     return index;
-}
-
-// ---- Evaluation
-
-double CViewMetrics::evaluate(const CMetricCell& cell) {
-    evaluationCount++;
-    const auto& program = cell.program;
-    if (stack.size() < program.size() + 1) stack.resize(program.size() + 1);
-    double* top = stack.data(); // one behind the topmost value
-    for (size_t i = 0; i < program.size(); i++) {
-        switch (static_cast<MetricOp>(program[i])) {
-        case MetricOp::Constant:
-            *top++ = constants[program[++i]];
-            break;
-        case MetricOp::Cell:
-            *top++ = at(static_cast<CCellId>(program[++i])).value;
-            break;
-        case MetricOp::Divide:
-            top--, top[-1] /= top[0];
-            break;
-        case MetricOp::SafeDivide:
-            top -= 2;
-            top[-1] = top[0] == 0.0 ? top[1] : top[-1] / top[0];
-            break;
-        case MetricOp::Half:
-            top[-1] *= 0.5;
-            break;
-        case MetricOp::Floor:
-            top[-1] = std::floor(top[-1]);
-            break;
-        case MetricOp::Max:
-            top--, top[-1] = std::max(top[-1], top[0]);
-            break;
-        case MetricOp::MaxOfN: {
-            const auto count = static_cast<int>(std::lround(*--top));
-            double largest = kMaxOfNone;
-            for (int k = 0; k < count; k++) largest = std::max(largest, *--top);
-            *top++ = largest;
-            break;
-        }
-        case MetricOp::Min:
-            top--, top[-1] = std::min(top[-1], top[0]);
-            break;
-        case MetricOp::Clamp:
-            top -= 2;
-            top[-1] = std::min(top[1], std::max(top[0], top[-1]));
-            break;
-        case MetricOp::Subtract:
-            top--, top[-1] -= top[0];
-            break;
-        case MetricOp::Multiply:
-            top--, top[-1] *= top[0];
-            break;
-        case MetricOp::Add:
-            top--, top[-1] += top[0];
-            break;
-        case MetricOp::Round:
-            top[-1] = std::round(top[-1]);
-            break;
-        }
-    }
-    return top == stack.data() ? 0.0 : top[-1];
-}
-
-// False: a circle, or a chain that is too long, has ended the propagation.
-bool CViewMetrics::assign(CCellId id, double newValue, int depth) {
-    CMetricCell& cell = at(id);
-    if (isSame(cell.value, newValue, kSameValue)) return true;
-    if (depth > kDeepestPropagation) {
-        logFormat("Too many recursions (level %i)", depth);
-        return false;
-    }
-    cell.value = newValue;
-    if (cell.owner) noteChanged(*cell.owner);
-    // Evaluating changes no program, so the list stays as it is. What waits for its own evaluation
-    // gets it once all that it reads has settled.
-    for (const CCellId dependent : cell.dependents) {
-        const CMetricCell& reader = at(dependent);
-        if (!reader.isPending && !assign(dependent, evaluate(reader), depth + 1)) return false;
-    }
-    return true;
-}
-
-// While areas are rebuilt new programs are only linked; afterwards each is evaluated once, behind
-// the waiting cells that it reads. The mark is dropped first, so that a circle comes to its end.
-void CViewMetrics::settle(CCellId id) {
-    CMetricCell& cell = at(id);
-    if (!std::exchange(cell.isPending, false)) return;
-    forEachOperand(cell.program, [this](CCellId operand) {
-        if (at(operand).isPending) settle(operand);
-    });
-    assign(id, evaluate(cell), 0);
-}
-
-void CViewMetrics::settlePending() {
-    isDeferring = false;
-    for (const CCellId id : pending) settle(id);
-    pending.clear();
 }
 
 // ---- Areas

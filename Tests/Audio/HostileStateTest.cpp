@@ -50,13 +50,8 @@ struct Payload {
         return *this;
     }
     Payload& block(const Payload& inner) {
-        const CByteBuffer bytes = inner.bytes();
+        const CByteBuffer bytes = bytesOf(inner.stream);
         return text({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    }
-    CByteBuffer bytes() const {
-        CByteBuffer out;
-        stream.getBytes(out);
-        return out;
     }
     CWriteSeqBuffer stream;
 };
@@ -102,11 +97,9 @@ TEST_F(HostileState, aSmallStateCannotTakeMuchMemory) {
                  {"raw item", raw, kPresetBlock},       {"banks", banks, kListBlock}};
     for (const auto& c : cases) {
         CWriteSeqBuffer block;
-        const CByteBuffer bytes = c.payload.bytes();
         EXPECT_FALSE(block.write(std::string(16, '\0').data(), 16));
-        EXPECT_FALSE(block.writeCompressedData(bytes, c.id));
-        CByteBuffer chunk;
-        block.getBytes(chunk);
+        EXPECT_FALSE(block.writeCompressedData(bytesOf(c.payload.stream), c.id));
+        const CByteBuffer chunk = bytesOf(block);
         const int megabytes = growthOf([&] {
             if (c.id != kListBlock) {
                 logAndDropError(

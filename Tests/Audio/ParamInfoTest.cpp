@@ -82,11 +82,9 @@ TEST_F(ParamInfo, stateNamesComeFromTheTextOrFromAStoredList) {
     banks[0].presets[1].name = "LMIO:Surround";
     CWriteSeqBuffer list;
     EXPECT_FALSE(saveBankList(list, banks));
-    CByteBuffer bytes;
-    list.getBytes(bytes);
     CTempFolder folder;
     setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1);
-    CAppDataGlobal::get().write("test-names", bytes, nullptr, kListBlock);
+    CAppDataGlobal::get().write("test-names", bytesOf(list), nullptr, kListBlock);
     const CAudioParamInfo& stored = infoOf({{"state-names", "@/test-names"}});
     unsetenv("XDG_CONFIG_HOME");
     ASSERT_EQ(stored.stateNames.size(), 2u);

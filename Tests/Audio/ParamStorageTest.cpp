@@ -108,9 +108,7 @@ TEST_F(ParamStorage, streamFormKeepsEveryGroupAndReadsABlankAsEmpty) {
     CWriteSeqBuffer single;
     EXPECT_FALSE(numbers.save(single, 1));
     EXPECT_EQ(single.getSize(), 16 + 4 + 8);
-    CByteBuffer bytes;
-    single.getBytes(bytes);
-    EXPECT_EQ(loadMessage(numbers, bytes), "");
+    EXPECT_EQ(loadMessage(numbers, bytesOf(single)), "");
     EXPECT_EQ(numbers.getGroupCount(), 1);
     EXPECT_EQ(groupOf(numbers, 0), CValueList{3.0});
 }

@@ -66,17 +66,14 @@ protected:
     CVizDataRef copyOf(const CAudioVizData& record) {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(saveVizRecord(stream, record));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader reader(bytes);
         CVizDataRef copy;
         EXPECT_FALSE(loadVizRecord(reader, copy));
         EXPECT_EQ(reader.bytesLeft(), 0);
         CWriteSeqBuffer again;
         EXPECT_FALSE(saveVizRecord(again, *copy.get()));
-        CByteBuffer second;
-        again.getBytes(second);
-        EXPECT_EQ(second, bytes);
+        EXPECT_EQ(bytesOf(again), bytes);
         return copy;
     }
 };
@@ -198,8 +195,7 @@ public:
     VizReader fetch() {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(viz->saveVizData(stream, 40.0));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader body(bytes);
         VizReader reader;
         EXPECT_FALSE(reader.onVizData(body));
@@ -209,8 +205,7 @@ public:
     std::map<uint32_t, std::string> names() {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(viz->saveExportNames(stream));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader body(bytes);
         VizReader reader;
         EXPECT_FALSE(reader.onExportSlotNames(body));

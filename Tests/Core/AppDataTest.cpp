@@ -1,17 +1,13 @@
 #include "Core/CAppData.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CResourceReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 #include "Core/TempFolder.h"
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <random>
-#include <set>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -49,8 +45,7 @@ protected:
     static std::string blockOf(const std::string& text) {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(stream.writeCompressedData(bytes(text), kDataBlock));
-        CByteBuffer out;
-        stream.getBytes(out);
+        const CByteBuffer out = lum::test::bytesOf(stream);
         return {reinterpret_cast<const char*>(out.data()), out.size()};
     }
     /// Makes a record by hand: in a folder below the fixture's.
@@ -214,63 +209,4 @@ TEST_F(AppData, threadsShareAStoreAndSeeWholeRecords) {
     for (int seed = 0; seed < 4; seed++) threads.emplace_back(work, seed);
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(torn, 0);
-}
-
-namespace {
-
-/// A record of many equal, badly packed parts, so that a mixture of two is seen.
-std::string patternOf(uint32_t seed) {
-    std::mt19937 random(seed);
-    std::string all;
-    for (int i = 0; i < 20000; i++) all += static_cast<char>(random());
-    return all;
-}
-
-/// Writes patterns in turn for ever in a process of its own; returns when it has written one.
-pid_t startWriter(const CTempFolder& folder, uint32_t firstSeed) {
-    const std::string patterns[] = {patternOf(firstSeed), patternOf(firstSeed + 1)};
-    int ready[2] = {};
-    EXPECT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    if (child != 0) {
-        char byte = 0;
-        close(ready[1]);
-        EXPECT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-        return child;
-    }
-    CTestStore store(folder);
-    for (size_t i = 0;; i++) {
-        const std::string& pattern = patterns[i % 2];
-        store.write("rec", {pattern.data(), pattern.size()}, nullptr, kDataBlock);
-        if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
-    }
-}
-
-void killWriter(pid_t child) {
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-}
-
-} // namespace
-
-// Two at once, so that the record is also one of the two's and whole while both write.
-TEST_F(AppData, killedWritersLeaveAWholeRecordOfOneOfThem) {
-    const std::string patterns[] = {patternOf(1), patternOf(2), patternOf(3), patternOf(4)};
-    std::mt19937 random(11);
-    std::set<size_t> seen;
-    const auto look = [&] {
-        CTestStore fresh(folder); // as the cache of an old one would hide a damaged record
-        const auto found = std::find(std::begin(patterns), std::end(patterns), readRecord(fresh));
-        ASSERT_NE(found, std::end(patterns));
-        seen.insert(static_cast<size_t>(found - std::begin(patterns)));
-    };
-    for (int run = 0; run < 200; run++) {
-        const pid_t children[] = {startWriter(folder, 1), startWriter(folder, 3)};
-        usleep(static_cast<useconds_t>(random() % 4000));
-        look();
-        for (const pid_t child : children) killWriter(child);
-        look();
-    }
-    EXPECT_EQ(seen.size(), 4u); // both did get to write
 }

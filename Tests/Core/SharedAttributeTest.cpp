@@ -81,14 +81,10 @@ TEST_F(SharedAttributeTest, theObjectsNameIsItsRecordInTheStoreOfItsType) {
 }
 
 TEST_F(SharedAttributeTest, itsDeclarationIsChecked) {
-    const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"moon", "v", "Invalid storage type \"moon\" specified."},
-        {"", "v", "Invalid storage type \"\" specified."},
-        {"local", "", "No attached attribute name specified."},
-    };
-    for (const auto& [type, attribute, message] : rows) {
-        const CAttrMap attributes{{"attribute", CAttrEntry::ofText(attribute)},
-                                  {"storage-type", CAttrEntry::ofText(type)}};
+    for (const auto& [type, message] :
+         {std::pair("moon", "Invalid storage type \"moon\" specified."),
+          std::pair("local", "No attached attribute name specified.")}) {
+        const CAttrMap attributes{{"storage-type", CAttrEntry::ofText(type)}};
         CSharedAttribute* made = nullptr;
         EXPECT_EQ(first(bridge->createChild<CSharedAttribute>(made, "core:shared-attribute", "s",
                                                               false, &attributes)),

@@ -15,18 +15,6 @@ CString repeated(size_t length) {
 
 } // namespace
 
-TEST(StringTest, shortTextsStayInsideTheObject) {
-    EXPECT_TRUE(repeated(26).isInline());
-    EXPECT_FALSE(repeated(27).isInline());
-    EXPECT_TRUE(CString(u"123456789012").isInline());
-    EXPECT_FALSE(CString(u"1234567890123").isInline());
-    CString wide = repeated(12);
-    wide.widen();
-    EXPECT_TRUE(wide.isInline());
-    wide.append(u'y');
-    EXPECT_FALSE(wide.isInline());
-}
-
 // The two forms of one text are the same to every operation.
 TEST(StringTest, bothFormsBehaveAlikeAtAnyLength) {
     for (size_t length = 0; length < 80; length++) {

@@ -1,6 +1,6 @@
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
 #include "Core/CZipStream.h"
+#include "Core/StreamBytes.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -22,9 +22,7 @@ CByteBuffer sampleData(size_t size) {
 CByteBuffer blockOf(const CByteBuffer& data) {
     CWriteSeqBuffer stream;
     EXPECT_FALSE(stream.writeCompressedData(data, kPresetBlock));
-    CByteBuffer out;
-    stream.getBytes(out);
-    return out;
+    return lum::test::bytesOf(stream);
 }
 
 /// Gives a block another size, with the check that belongs to it.
@@ -173,8 +171,7 @@ TEST(ZipStream, closedStreamsRefuseAndReopenedOnesWork) {
         ASSERT_FALSE(output.write("abcdefg", 7));
         ASSERT_FALSE(output.close());
         ASSERT_FALSE(output.close());
-        CByteBuffer bytes;
-        packed.getBytes(bytes);
+        const CByteBuffer bytes = lum::test::bytesOf(packed);
         CMemoryReader reader(bytes);
         ASSERT_FALSE(input.open(reader)); // the second time without a close
         ASSERT_FALSE(input.read(out, 3));

@@ -2,7 +2,7 @@
 #include "Core/CWriteSeqBuffer.h"
 #include "Core/TempFolder.h"
 #include "Core/TreeFixture.h"
-#include "Other/CFontObject.h"
+#include "Other/COtherCreators.h"
 #include "Other/TextFixture.h"
 
 #include <limits>
@@ -81,7 +81,7 @@ class CFontObjectTest : public CTreeTest {
 protected:
     void SetUp() override {
         CTreeTest::SetUp();
-        ASSERT_FALSE(registerCreator(kFontCreators));
+        ASSERT_FALSE(registerCreator(kOtherCreators));
         folder.put("small.fnt", smallFont());
     }
     /// Loads a tree with a family of the given styles under the root.

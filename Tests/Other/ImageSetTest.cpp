@@ -240,7 +240,9 @@ TEST(ImageSet, placementsRoundAsTheLayerAsks) {
         const CImagePlacement small = CImagePlacement::place(*layer, 0.8, {}, 1.0);
         // x: floor(-1.2) = -2 is -5: 13 source pixels are 5.2, so 6, and 0.8 * 2.5 are left over.
         EXPECT_EQ(small.width, 6);
-        EXPECT_NEAR(small.phaseX, -2.0 + 0.75 + align * 0.8 * 2.5 / 2.0, 1e-9);
+        const double lastSample = small.phaseX + (small.width - 1) * small.ratio;
+        const double farEdge = lastSample + (small.ratio + 1.0) / 2.0;
+        EXPECT_NEAR(farEdge, 11.0 + (2 - align) * 0.8 * 2.5 / 2.0, 1e-9);
     }
     const auto empty = layerOf({}, 0, 0, 1);
     empty->offsetX = 1;

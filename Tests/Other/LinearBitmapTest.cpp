@@ -1,9 +1,11 @@
 #include "Other/PixelFixture.h"
 
+#include "Other/CLinearBitmapDC.h"
 #include "Platform/CpuFeatures.h"
 
 #include <algorithm>
 #include <cmath>
+#include <sys/resource.h>
 
 using namespace lum;
 
@@ -69,6 +71,7 @@ TEST_F(LinearBitmap, everyClipOfAnImageIsTheCutOfTheWhole) {
         data.bytesPerPixel = bytesPerPixel;
         data.setRuns(
             encodeRuns(pixels.data(), width, height, width * bytesPerPixel, bytesPerPixel));
+        if (noise.number(0, 1)) data.keepAlpha(pixels.data(), width); // of small alpha images
         const CImagePlacement placement = CImagePlacement::place(
             data, 1.0, {1.0, &table}, kOpacities[noise.number(0, std::size(kOpacities) - 1)]);
 
@@ -236,4 +239,28 @@ TEST_F(LinearBitmap, sizesThatHoldNothingLeaveItEmpty) {
     bitmap.fillRect({0, 0, 9, 9}, {}, 1, 1.0);
     bitmap.hLine(0, 9, 0, 1, 1, 1, 32768);
     bitmap.vLine(0, 9, 0, 1, 1, 1, 32768);
+}
+
+TEST_F(LinearBitmap, aSurfaceIsDrawnOnLikeMemoryAndEmptyWhereTheSystemGivesNone) {
+    CNoise noise(3);
+    CLinearBitmap source;
+    fillWithNoise(source, 31, 17, noise);
+    CLinearBitmapDC shown;
+    ASSERT_FALSE(shown.copyFrom(source));
+    shown.flushToDevice();
+    EXPECT_EQ(bytesOf(shown), bytesOf(source));
+    EXPECT_EQ(shown.row(0), shown.getSurface().pixels());
+    ASSERT_FALSE(shown.setSize(5, 3, true));
+    EXPECT_EQ(bytesOf(shown), CPixelBytes(5 * 3 * 4, 0));
+
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    const CErrorResult error = shown.setSize(6, 3, true);
+    setrlimit(RLIMIT_NOFILE, &before);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error.line(0).toUtf8(), "Error 24 while creating a surface of 6 x 3 pixels.");
+    EXPECT_TRUE(shown.bounds().empty());
+    EXPECT_FALSE(shown.row(0));
 }

@@ -1,6 +1,5 @@
 #include "AreaTree.h"
 
-#include <ctime>
 #include <gtest/gtest.h>
 
 using namespace lum;
@@ -215,6 +214,24 @@ CAreaSpec largeTree(int fanOut, int levels, int level = 0) {
 
 } // namespace
 
+// Longer than the deepest propagation, which a chain from one to the next would exceed.
+TEST(LayoutTest, aLongListFollowsItsFirstLine) {
+    for (const bool isDocked : {true, false}) {
+        CAreaSpec list = parentOf({}, px(100), px(5000));
+        list.inlineAlign[1] = MetricAlign::Near;
+        for (int i = 0; i < 450; i++) {
+            list.children.push_back(
+                box(px(50), px(10), isDocked ? Placement::Top : Placement::Inline));
+            list.children.back().isNewRow = true;
+        }
+        CAreaTree tree(list);
+        tree.nodes[1]->area->setSize(kAxisY, px(17));
+        tree.net.updateAreas();
+        for (size_t i = 2; i < tree.nodes.size(); i++)
+            ASSERT_EQ(rectOf(tree, i).y, 17.0 + 10.0 * static_cast<double>(i - 2)) << i;
+    }
+}
+
 TEST(LayoutTest, aChangeEvaluatesOnlyWhatDependsOnIt) {
     const CAreaSpec spec = largeTree(5, 5); // 3906 areas
     CAreaTree tree(spec);
@@ -232,42 +249,4 @@ TEST(LayoutTest, aChangeEvaluatesOnlyWhatDependsOnIt) {
     const uint64_t whole = tree.net.getEvaluationCount();
     tree.net.updateAreas();
     EXPECT_EQ(tree.net.getEvaluationCount(), whole) << "equal programs";
-}
-
-namespace {
-
-// Of this process, whatever else the machine does.
-double processorSeconds() {
-    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
-}
-
-} // namespace
-
-TEST(LayoutTest, DISABLED_speedOfALargeTree) {
-    const CAreaSpec spec = largeTree(5, 5);
-    constexpr int kChanges = 1000;
-    int moved = 0;
-    double best = 1.0, bestChange = 1.0, bestLocal = 1.0;
-    for (int round = 0; round < 5; round++) {
-        const double start = processorSeconds();
-        CAreaTree tree(spec);
-        best = std::min(best, processorSeconds() - start);
-        for (auto& node : tree.nodes) node->updates = 0;
-        const double from = processorSeconds();
-        for (int i = 0; i < kChanges; i++) {
-            tree.nodes.back()->area->setSize(kAxisX, px(10 + i % 50));
-            tree.net.updateAreas();
-        }
-        bestChange = std::min(bestChange, (processorSeconds() - from) / kChanges);
-        moved = 0;
-        for (auto& node : tree.nodes) moved += node->updates;
-        const double again = processorSeconds();
-        for (int i = 0; i < kChanges; i++) {
-            tree.nodes.back()->area->setAlignment(kAxisX, static_cast<MetricAlign>(i % 3 - 1));
-            tree.net.updateAreas();
-        }
-        bestLocal = std::min(bestLocal, (processorSeconds() - again) / kChanges);
-    }
-    std::printf("first layout %.2f ms, a size that moves %d areas %.1f us, an alignment %.1f us\n",
-                best * 1e3, moved / kChanges, bestChange * 1e6, bestLocal * 1e6);
 }

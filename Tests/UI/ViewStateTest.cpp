@@ -69,6 +69,21 @@ TEST_F(ViewStateTest, activeStatesMergeInSortedOrderHoweverTheyWereReached) {
     }
 }
 
+TEST_F(ViewStateTest, aViewsOwnLookShowsWhereNoActiveStateHasOne) {
+    CView* view = colored();
+    EXPECT_FALSE(view->setState("pushed"));
+    settle();
+    set(view, "color-state", "Error");
+    EXPECT_EQ(view->getCrossfade().getTarget().colorState, "Error");
+    EXPECT_EQ(view->getCrossfade().getTarget().imageSetRange, "Pushed");
+    set(view, "image-set-range", "Flat");
+    settle();
+    EXPECT_EQ(view->getCrossfade().getCurrent().imageSetRange, "Pushed");
+    EXPECT_FALSE(view->unsetState("pushed"));
+    settle();
+    EXPECT_EQ(view->getCrossfade().getCurrent().imageSetRange, "Flat");
+}
+
 TEST_F(ViewStateTest, plainAttributesComeAndGoAtOnce) {
     CView* view = button({state("pushed", {{"spread", "3"}, {"hint", "down"}})}, {{"hint", "up"}});
     EXPECT_FALSE(view->setState("pushed"));

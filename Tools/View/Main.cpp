@@ -28,8 +28,6 @@ void takeSize(ViewScene& scene, const ViewOptions& options) {
         (std::sscanf(options.size.c_str(), "%lfx%lf", &width, &height) != 2 || width < 1.0 ||
          height < 1.0 || width > 8192.0 || height > 8192.0))
         throw std::runtime_error("a size is given as 642x400");
-    throwOnError(scene.window().frame(),
-                 "first frame"); // a change of scale reaches views shown before
     scene.window().setScale(options.scale);
     scene.window().setWindowSize(width * options.scale, height * options.scale);
 }

@@ -9,7 +9,6 @@
 #include "Core/CResourceReader.h"
 #include "Graphics/GraphicsFile.h"
 #include "Other/CDynamicPalette.h"
-#include "Other/CFontObject.h"
 #include "Other/COtherCreators.h"
 #include "UI/CUICreators.h"
 
@@ -51,9 +50,8 @@ const lum::CCreatorRow kSceneCreators[] = {
 };
 
 // The scene's palette stands in front of the room's.
-const lum::CCreatorRow* const kCreators[] = {kSceneCreators,      lum::kCoreCreators,
-                                             lum::kOtherCreators, lum::kFontCreators,
-                                             lum::kUICreators,    nullptr};
+const lum::CCreatorRow* const kCreators[] = {kSceneCreators, lum::kCoreCreators,
+                                             lum::kOtherCreators, lum::kUICreators, nullptr};
 
 /// A family, and the file of each of its styles.
 struct FamilyRow {

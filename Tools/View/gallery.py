@@ -249,8 +249,15 @@ def images():
             for start in range(0, len(FRAMES), 7)]
     rows += [row(*[single(image_set, color, item) for item in items], height=36)
              for image_set, color, items in IMAGES]
-    rows.append(view(picture("texture", "", "PanelTexture", is_tiling_x="true", is_tiling_y="true",
-                             placement="overlay", width="100%", height="100%"),
+    textured = [frame("frame", "TitleFrame", image_set_range=image_range, placement="left", width=180,
+                      height="100%", outer_border="LR4", is_textured_background="true",
+                      textured_background_offset_x=offset)
+                for image_range, offset in (("", 0), ("Plate", -24))]
+    rows.append(view(*textured,
+                     view(picture("texture", "", "PanelTexture", is_tiling_x="true",
+                                  is_tiling_y="true", placement="overlay", width="100%",
+                                  height="100%"),
+                          placement="full", width="100%", height="100%"),
                      placement="top", width="100%", height=48))
     return frame("popup", "Panel", view(*rows, placement="full", width="100%", height="100%"),
                  name="main", placement="full", width="100%", height="100%", inner_border="8")

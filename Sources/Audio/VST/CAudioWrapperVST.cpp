@@ -113,6 +113,7 @@ void CAudioWrapperVST::readHost() {
     if (traits.needsSyncLock || readFlag(CAppDataGroup::get(), "vst-func-sync", false))
         syncLock = std::make_unique<platform::CLock>();
     allowsLabelImport = traits.allowsLabelImport;
+    system::setFocusOnClick(traits.takesFocusOnClick);
     inputChannels = traits.isMultiChannel && !forceTwoChannels ? intChannelCount : 2;
     outputChannels = inputChannels;
     inputBusChannels = inputChannels;

@@ -1,0 +1,84 @@
+#include "ViewFixture.h"
+
+#include "Core/CWriteSeqBuffer.h"
+#include "Core/TempFolder.h"
+
+using namespace lum;
+
+namespace {
+
+constexpr int kTextureIndex = 8; // behind a frame's pieces
+constexpr int kSide = 8;         // data pixels, 4 interface units
+
+/// A set whose only image is half opaque, half transparent from left to right.
+class PictureTest : public CViewTest {
+protected:
+    void SetUp() override {
+        CViewTest::SetUp();
+        buildPalette({{"Red", "ff0000"}});
+        auto layer = std::make_unique<CImageLayer>();
+        layer->scale = 2.0;
+        layer->invScale = 0.5;
+        layer->width = layer->height = kSide;
+        layer->bytesPerPixel = 2;
+        std::vector<uint8_t> pixels;
+        for (int i = 0; i < kSide * kSide; i++) {
+            pixels.push_back(255);
+            pixels.push_back(i % kSide < kSide / 2 ? 255 : 0);
+        }
+        layer->setPixels({pixels.data(), pixels.size()});
+        auto image = std::make_unique<CImage>();
+        image->layers.push_back(std::move(layer));
+        CImageSet set;
+        set.setRange("", 0, kTextureIndex);
+        set.setImage(kTextureIndex, std::move(image));
+        CWriteSeqBuffer stream;
+        ASSERT_FALSE(set.save(stream));
+        CByteBuffer bytes;
+        stream.getBytes(bytes);
+        folder.put("a.is", {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+        build({"imageset", "is", {{"file", (folder / "a.is").toUtf8()}}, {}, ""});
+        ASSERT_EQ(failure, "");
+    }
+    CTempFolder folder;
+};
+
+} // namespace
+
+TEST_F(PictureTest, aScaleSetBeforeTheFirstFrameIsTheOneOfAnyLaterFrame) {
+    buildRoot({{"ui:picture",
+                "p",
+                {{"color", "Red"}, {"image-set", "is"}, {"image-set-index", "8"}},
+                {},
+                ""}});
+    window->setScale(1.5);
+    frameAt(0.0);
+    EXPECT_EQ(at("win.root.p")->getRect().width, 6.0);
+    window->setScale(2.0);
+    frameAt(0.1);
+    EXPECT_EQ(at("win.root.p")->getRect().width, 8.0);
+}
+
+TEST_F(PictureTest, aTexturedBackgroundIsTiledFromItsOffset) {
+    buildRoot({{"ui:frame-base",
+                "f",
+                {{"placement", "full"},
+                 {"color", "Red"},
+                 {"image-set", "is"},
+                 {"has-borders", "false"},
+                 {"is-textured-background", "true"}},
+                {},
+                ""}});
+    window->setScale(2.0);
+    const struct {
+        const char* offset; // interface units
+        uint32_t colors[3]; // at pixels 1, 5 and 9
+    } rows[] = {{"0", {0xff0000, 0, 0xff0000}},
+                {"2", {0, 0xff0000, 0}},
+                {"-2", {0, 0xff0000, 0}},
+                {"10", {0, 0xff0000, 0}}};
+    for (const auto& row : rows) {
+        set(at<CObject>("win.root.f"), "textured-background-offset-x", row.offset);
+        for (int i = 0; i < 3; i++) EXPECT_EQ(pixel(1 + 4 * i, 30), row.colors[i]) << row.offset;
+    }
+}
