@@ -50,6 +50,7 @@ TEST_F(HostFixture, theSecondSideOfABenchIsAsTheFirstButForWhatIsSaid) {
     EXPECT_EQ(printed.find("\"ratio\""), std::string::npos);
     EXPECT_EQ(run(bench + "--against-set 9=0.5"), 1);
     EXPECT_EQ(run(bench + "--against '" + path("none.so") + "'"), 1);
+    EXPECT_EQ(run(bench + "--lifecycle --against-bits 64"), 2);
     ASSERT_EQ(run("bench --lifecycle --plugin '" LUM_PLUGIN "'", "XDG_CONFIG_HOME=/dev/null "), 0);
     for (const char* words : {"instance made", "memory of an instance", "bank's state in"}) {
         EXPECT_NE(printed.find(words), std::string::npos) << printed;

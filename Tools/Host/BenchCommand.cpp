@@ -3,6 +3,7 @@
 #include "Host/Commands.h"
 #include "Host/Failure.h"
 
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <memory>
@@ -98,13 +99,16 @@ private:
     BenchRun run_;
 };
 
+bool hasSecond(const BenchOptions& options) {
+    return std::ranges::any_of(options.secondOptions,
+                               [](const auto* option) { return option->count() > 0; });
+}
+
 /// The plug-ins play the passage in turn, so that both meet the same weather.
 void measureBlocks(const BenchOptions& options) {
     std::vector<std::unique_ptr<Side>> sides;
     sides.push_back(std::make_unique<Side>(options.first));
-    const bool hasSecond = std::ranges::any_of(
-        options.secondOptions, [](const auto* option) { return option->count() > 0; });
-    if (hasSecond) {
+    if (hasSecond(options)) {
         sides.push_back(std::make_unique<Side>(completed(options.second, options.first)));
     }
     for (auto& side : sides) side->warmUp();
@@ -121,6 +125,9 @@ void measureBlocks(const BenchOptions& options) {
 void run(const BenchOptions& options) {
     pinToCore(options.core);
     if (!options.isLifecycle) return measureBlocks(options);
+    if (hasSecond(options)) {
+        throw CLI::ValidationError("bench", "--lifecycle measures one plug-in, without --against");
+    }
     const SideOptions& side = options.first;
     const auto figures =
         measureLifecycle(side.plugin, requestOf(side), StateSetup(side.state), side.settings);

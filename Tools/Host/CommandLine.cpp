@@ -44,7 +44,7 @@ void addStateOptions(CLI::App& command, StateRequest& request) {
 void addSaveOptions(CLI::App& command, SaveRequest& request) {
     command
         .add_option("--save-preset", request.preset,
-                    "Save the program as a preset file, with every --set")
+                    "Save the program as a preset file, with what is --set before the start")
         ->type_name("FILE.cpf");
     command.add_option("--save-bank", request.bank, "Save all programs as a bank file")
         ->type_name("FILE.cbf");

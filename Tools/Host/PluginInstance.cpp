@@ -51,7 +51,7 @@ PluginInstance::PluginInstance(const PluginModule& module) {
     {
         const HostSession::Construction construction(session_);
         effect_ = module.entry()(&HostSession::callback);
-        if (effect_ == nullptr || effect_->magic != vst::kMagic) {
+        if (effect_ == nullptr || effect_->magic != vst::kMagic || effect_->dispatcher == nullptr) {
             throw Failure("the plug-in \"" + module.path().string() + "\" refused to start");
         }
         session_.attach(*effect_);
@@ -71,8 +71,12 @@ void PluginInstance::configure(double sampleRate, int blockSize, int channels, P
                       std::to_string(std::min(inputCount(), outputCount())) + " channels, not " +
                       std::to_string(channels));
     }
-    if (precision == Precision::Double && !has(vst::kFlagCanDoubleReplacing)) {
+    const bool isDouble = precision == Precision::Double;
+    if (isDouble && (!has(vst::kFlagCanDoubleReplacing) || !effect_->processDoubleReplacing)) {
         throw Failure("the plug-in processes 32-bit samples only (use --bits 32)");
+    }
+    if (!isDouble && !effect_->processReplacing) {
+        throw Failure("the plug-in has no process call for 32-bit samples");
     }
     session_.sampleRate = sampleRate;
     session_.blockSize = blockSize;
@@ -80,7 +84,7 @@ void PluginInstance::configure(double sampleRate, int blockSize, int channels, P
     session_.samplePosition = 0.0;
     dispatch(vst::kEffectSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRate));
     dispatch(vst::kEffectSetBlockSize, 0, blockSize);
-    dispatch(vst::kEffectSetProcessPrecision, 0, precision == Precision::Double ? 1 : 0);
+    dispatch(vst::kEffectSetProcessPrecision, 0, isDouble ? 1 : 0);
     arrangeChannels(channels);
 }
 

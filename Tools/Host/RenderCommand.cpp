@@ -153,25 +153,24 @@ void run(RenderOptions& options) {
 void addFileOptions(CLI::App& command, RenderOptions& options) {
     command
         .add_option("FILES", options.files,
-                    "IN and OUT: the sound file to read, of 1 to 8 channels, and the one to write, "
-                    "whose extension tells the format.\nWith --out, any number of files to read")
-        ->type_name("FILE...")
+                    "IN and OUT: the sound file to read, of 1 to 8 channels, and the one to\n"
+                    "write, whose extension tells the format.\n"
+                    "With --out: any number of files to read")
+        ->type_name("FILE")
         ->required();
-    auto* out =
-        command.add_option("--out", options.folder,
-                           "Write each file under its own name into this folder, which is made "
-                           "if missing");
+    auto* out = command.add_option("--out", options.folder,
+                                   "Write each file under its own name into this folder, which is\n"
+                                   "made if missing");
     out->type_name("FOLDER");
     command
         .add_option("--format", options.extension,
-                    "With --out: the extension, and so the format, of the files written")
+                    "With --out: the extension, and so the form, of the files written")
         ->type_name("EXT")
         ->needs(out);
     command
-        .add_option(
-            "--subtype", options.job.subtype,
-            "Sample form of the output (default: that of the input where it can be had):\n" +
-                subtypeNames())
+        .add_option("--subtype", options.job.subtype,
+                    "Sample form of the output (default: as the input where possible):\n" +
+                        subtypeNames())
         ->type_name("NAME");
 }
 

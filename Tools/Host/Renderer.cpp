@@ -17,6 +17,7 @@ namespace {
 
 volatile std::sig_atomic_t stopRequested = 0;
 
+constexpr double kMostFrames = 1e15; // later than any file ends
 constexpr std::int64_t kUnknown = std::numeric_limits<std::int64_t>::max();
 
 /// The loop over blocks of one rendering, in 32 or 64 bits.
@@ -54,7 +55,7 @@ public:
 
 private:
     std::int64_t frameOf(double seconds) const {
-        return static_cast<std::int64_t>(std::llround(seconds * reader_.sampleRate()));
+        return std::llround(std::min(seconds * reader_.sampleRate(), kMostFrames));
     }
     std::int64_t framesAfterInput() const { return frameOf(job_.tailSeconds) + toSkip_; }
 
