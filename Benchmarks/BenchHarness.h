@@ -11,7 +11,9 @@
 
 /// A small harness for comparisons: the contestants run in turn, batch by batch, on one core, so
 /// that all see the same clock frequency and the same disturbances. The figure of a contestant is
-/// the median of its undisturbed batches, those within a fifth of its fastest quarter.
+/// the median of its undisturbed batches, those within a fifth of its fastest quarter. Its ratio is
+/// the median over the rounds of its time by that of the first contestant: that holds on a busy
+/// machine too, as both times of a round meet the same load.
 namespace lum::bench {
 
 using Clock = std::chrono::steady_clock;
@@ -33,7 +35,15 @@ struct CContestant {
     std::function<void()> run;
     std::vector<double> times = {}; // ns per run, one per batch
     double median = 0.0;
+    double ratio = 1.0; // to the first contestant
 };
+
+/// A row's verdict: "goal 0.60, met".
+inline std::string verdict(double value, double goal) {
+    char text[64];
+    std::snprintf(text, sizeof text, "goal %.2f, %s", goal, value <= goal ? "met" : "missed");
+    return text;
+}
 
 inline double undisturbedMedian(std::vector<double> times) {
     std::sort(times.begin(), times.end());
@@ -42,15 +52,22 @@ inline double undisturbedMedian(std::vector<double> times) {
     return times[static_cast<size_t>(end - times.begin()) / 2];
 }
 
+inline double medianRatio(const std::vector<double>& times, const std::vector<double>& base) {
+    std::vector<double> ratios(times.size());
+    for (size_t i = 0; i < times.size(); i++) ratios[i] = times[i] / base[i];
+    std::sort(ratios.begin(), ratios.end());
+    return ratios[ratios.size() / 2];
+}
+
 inline double timeBatch(const CContestant& contestant, int runs) {
     const auto start = Clock::now();
     for (int i = 0; i < runs; i++) contestant.run();
     return std::chrono::duration<double, std::nano>(Clock::now() - start).count() / runs;
 }
 
-/// Runs all in turn, `batches` batches of about `batchNs` each, and fills in the medians.
-inline void compare(std::vector<CContestant>& contestants, int batches = 60,
-                    double batchNs = 200000.0) {
+/// Runs all in turn, `batches` batches of about `batchNs` each, and fills in medians and ratios.
+inline void compare(std::vector<CContestant>& contestants, int batches = 200,
+                    double batchNs = 40000.0) {
     std::vector<int> runs;
     for (CContestant& contestant : contestants) {
         timeBatch(contestant, 3);
@@ -60,8 +77,10 @@ inline void compare(std::vector<CContestant>& contestants, int batches = 60,
     for (int batch = 0; batch < batches; batch++)
         for (size_t i = 0; i < contestants.size(); i++)
             contestants[i].times.push_back(timeBatch(contestants[i], runs[i]));
-    for (CContestant& contestant : contestants)
+    for (CContestant& contestant : contestants) {
         contestant.median = undisturbedMedian(contestant.times);
+        contestant.ratio = medianRatio(contestant.times, contestants[0].times);
+    }
 }
 
 } // namespace lum::bench

@@ -6,6 +6,8 @@ if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   message(FATAL_ERROR "LUM_FUZZ needs clang++ (-DCMAKE_CXX_COMPILER=clang++)")
 endif()
 
+add_custom_target(lum_fuzzers)
+
 # lum_fuzz(name libs...): a program fuzz_<name> of each Tests/Fuzz/<name>Fuzz.cpp; name may be a
 # pattern. A file taken by an earlier call is left out.
 function(lum_fuzz name)
@@ -20,6 +22,7 @@ function(lum_fuzz name)
     target_include_directories(fuzz_${reader} PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
     target_link_libraries(fuzz_${reader} PRIVATE ${ARGN})
     target_link_options(fuzz_${reader} PRIVATE -fsanitize=fuzzer)
+    add_dependencies(lum_fuzzers fuzz_${reader})
   endforeach()
 endfunction()
 

@@ -27,3 +27,13 @@ file(GLOB_RECURSE avx2 CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/*Avx2.cpp)
 file(GLOB_RECURSE avx512 CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/Sources/*Avx512.cpp)
 set_source_files_properties(${avx2} PROPERTIES COMPILE_OPTIONS "-mavx2;-mfma;-O3")
 set_source_files_properties(${avx512} PROPERTIES COMPILE_OPTIONS "-mavx512f;-mavx512dq;-mavx2;-mfma;-O3")
+
+# Plain loops over sample blocks: only at this level does the compiler make vector code of loops
+# whose length it does not know.
+set_source_files_properties(
+  ${CMAKE_SOURCE_DIR}/Sources/Audio/CAudioWrapperProcess.cpp
+  ${CMAKE_SOURCE_DIR}/Sources/Audio/Filters/CSplineTable.cpp
+  ${CMAKE_SOURCE_DIR}/Sources/Audio/Processes/CDSPConvStage.cpp
+  ${CMAKE_SOURCE_DIR}/Sources/Audio/Processes/CKernelPartitions.cpp
+  ${CMAKE_SOURCE_DIR}/Sources/Audio/Processes/SampleOps.cpp
+  PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-O3>")

@@ -29,7 +29,7 @@ if(TARGET lum_ui)
 endif()
 
 # The plug-in's binary, driven through its host interface.
-lum_test(tests_host Host Threads::Threads ${CMAKE_DL_LIBS})
+lum_test(tests_host Host Threads::Threads ZLIB::ZLIB ${CMAKE_DL_LIBS})
 if(TARGET tests_host)
   add_dependencies(tests_host SorrelGEQ)
   target_include_directories(tests_host PRIVATE ${CMAKE_SOURCE_DIR}/Sources)

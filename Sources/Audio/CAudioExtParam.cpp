@@ -45,6 +45,7 @@ void CAudioExtParam::prepareDestroy() {
 }
 
 void CAudioExtParam::setHost(int32_t listIndex, CAudioExtParamHostBridge* hostBridge) {
+    CAudioParamGuard guard(*param);
     index = listIndex;
     bridge = hostBridge;
 }

@@ -20,7 +20,7 @@ public:
     CErrorResult init() override;
     void prepareDestroy() override;
 
-    /// Instance start-up: the place in the list, and whom to tell of changes.
+    /// The place in the list, and whom to tell of changes; null when the instance goes.
     void setHost(int32_t listIndex, CAudioExtParamHostBridge* hostBridge);
 
     /// From the host to the engine. value: clamped to 0..1. The host is not told of it again.

@@ -45,6 +45,7 @@ CErrorResult CAudioInterfaceBase::init() {
 }
 
 void CAudioInterfaceBase::prepareDestroy() {
+    disconnect();
     exportNamesListener.reset();
     if (vizCollector)
         for (const auto& [id, listener] : vizListeners)
@@ -54,7 +55,7 @@ void CAudioInterfaceBase::prepareDestroy() {
 }
 
 void CAudioInterfaceBase::onClientGone(int clientId) {
-    platform::CLockGuard hold(baseLock);
+    platform::CLockGuard hold(messageLock);
     for (const auto& [id, listener] : vizListeners)
         if (clientOf(id) == clientId) vizCollector->removeListener(listener.slot, listener.source);
     std::erase_if(vizListeners,
@@ -63,7 +64,7 @@ void CAudioInterfaceBase::onClientGone(int clientId) {
 }
 
 void CAudioInterfaceBase::setDataProvider(CAudioInterfaceDataProvider* dataProvider) {
-    platform::CLockGuard hold(baseLock);
+    platform::CLockGuard hold(messageLock);
     provider = dataProvider;
 }
 
@@ -101,7 +102,7 @@ void CAudioInterfaceBase::sendIoChannelCountsTo(int clientId) {
 
 CErrorResult CAudioInterfaceBase::onRequestInternalChannelCount() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     if (provider)
         send(clientId,
              CParamMessage("update-internal-channel-count").add(provider->getIntChannelCount()));
@@ -110,7 +111,7 @@ CErrorResult CAudioInterfaceBase::onRequestInternalChannelCount() {
 
 CErrorResult CAudioInterfaceBase::onRequestGroupCount() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     if (provider)
         send(clientId, CParamMessage("update-group-count").add(provider->getGroupCount()));
     return nullptr;
@@ -118,14 +119,14 @@ CErrorResult CAudioInterfaceBase::onRequestGroupCount() {
 
 CErrorResult CAudioInterfaceBase::onRequestIoChannelCounts() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     sendIoChannelCountsTo(clientId);
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceBase::onRequestSampleRate() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     sendSampleRateTo(clientId);
     return nullptr;
 }
@@ -151,9 +152,7 @@ CErrorResult CAudioInterfaceBase::onListenViz() {
     int32_t slot = 0;
     CString source;
     int32_t id = 0;
-    LUM_TRY(readArgument(slot));
-    LUM_TRY(readArgument(source));
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(slot, source, id));
     if (!vizListeners.emplace(id, CVizListener{slot, source}).second) return nullptr;
     vizCollector->addListener(slot, source);
     return nullptr;
@@ -161,7 +160,7 @@ CErrorResult CAudioInterfaceBase::onListenViz() {
 
 CErrorResult CAudioInterfaceBase::onUnlistenViz() {
     int32_t id = 0;
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(id));
     const auto found = vizListeners.find(id);
     if (found == vizListeners.end()) return nullptr;
     vizCollector->removeListener(found->second.slot, found->second.source);
@@ -172,8 +171,7 @@ CErrorResult CAudioInterfaceBase::onUnlistenViz() {
 CErrorResult CAudioInterfaceBase::onRequestVizData() {
     int32_t clientId = 0;
     double displayRate = 0.0;
-    LUM_TRY(readArgument(clientId));
-    LUM_TRY(readArgument(displayRate));
+    LUM_TRY(read(clientId, displayRate));
     CParamMessage message("viz-data");
     CErrorResult error = vizCollector->saveVizData(message.stream(), displayRate);
     if (error)
@@ -185,7 +183,7 @@ CErrorResult CAudioInterfaceBase::onRequestVizData() {
 
 CErrorResult CAudioInterfaceBase::onRequestExportSlotNames() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     sendExportSlotNames(clientId);
     return nullptr;
 }

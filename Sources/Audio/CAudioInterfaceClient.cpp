@@ -59,7 +59,7 @@ void CAudioInterfaceClient::prepareDestroy() {
 }
 
 CErrorResult CAudioInterfaceClient::request(const char* event) {
-    LUM_TRY(send(CParamMessage(event).add(getConnector()->getClientId())));
+    LUM_TRY(send(event, getConnector()->getClientId()));
     return nullptr;
 }
 
@@ -68,25 +68,23 @@ CString CAudioInterfaceClient::getGroupName(int group) const {
 }
 
 CErrorResult CAudioInterfaceClient::importChannelLabels() {
-    LUM_TRY(send(CParamMessage("import-channel-labels")));
+    LUM_TRY(send("import-channel-labels"));
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceClient::listenViz(int32_t& id, int slot, const CString& source) {
-    id = getConnector()->getClientId() << 16 | (++vizCounter & 0xffff);
-    LUM_TRY(send(CParamMessage("listen-viz").add(slot).add(source).add(id)));
+    id = makeId(vizCounter);
+    LUM_TRY(send("listen-viz", slot, source, id));
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceClient::unlistenViz(int32_t id) {
-    LUM_TRY(send(CParamMessage("unlisten-viz").add(id)));
+    LUM_TRY(send("unlisten-viz", id));
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceClient::requestVizData(double displayRate) {
-    CParamMessage message("request-viz-data");
-    message.add(getConnector()->getClientId()).add(displayRate);
-    LUM_TRY(send(message));
+    LUM_TRY(send("request-viz-data", getConnector()->getClientId(), displayRate));
     return nullptr;
 }
 
@@ -96,21 +94,19 @@ CErrorResult CAudioInterfaceClient::requestExportSlotNames() {
 }
 
 CErrorResult CAudioInterfaceClient::onUpdateInternalChannelCount() {
-    LUM_TRY(readArgument(internalChannels));
+    LUM_TRY(read(internalChannels));
     LUM_TRY(fireEvent("update-internal-channel-count", false));
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceClient::onUpdateGroupCount() {
-    LUM_TRY(readArgument(groups));
+    LUM_TRY(read(groups));
     LUM_TRY(fireEvent("update-group-count", false));
     return nullptr;
 }
 
 CErrorResult CAudioInterfaceClient::onUpdateIoChannelCounts() {
-    LUM_TRY(readArgument(inChannels));
-    LUM_TRY(readArgument(outChannels));
-    LUM_TRY(readArgument(sideChainChannels));
+    LUM_TRY(read(inChannels, outChannels, sideChainChannels));
     LUM_TRY(fireEvent("update-io-channel-counts", false));
     return nullptr;
 }
@@ -119,8 +115,7 @@ CErrorResult CAudioInterfaceClient::onUpdateIoChannelCounts() {
 CErrorResult CAudioInterfaceClient::onUpdateSampleRate() {
     int32_t number = 0;
     double rate = 0.0;
-    LUM_TRY(readArgument(number));
-    LUM_TRY(readArgument(rate));
+    LUM_TRY(read(number, rate));
     if (number < sampleRateNumber) return nullptr;
     sampleRateNumber = number;
     sampleRate = rate;

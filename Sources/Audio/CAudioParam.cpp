@@ -6,7 +6,6 @@
 #include "Audio/CParamUndoRecord.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace lum {
 

@@ -6,6 +6,7 @@
 #include "Platform/Lock.h"
 
 #include <atomic>
+#include <optional>
 
 namespace lum {
 
@@ -29,6 +30,23 @@ public:
 
 private:
     CAudioParam& param;
+};
+
+/// Guards of up to N parameters, closed in the reverse order.
+template <size_t N>
+class CAudioParamGuardSet {
+public:
+    CAudioParamGuardSet() = default;
+    ~CAudioParamGuardSet() {
+        while (count > 0) guards[--count].reset();
+    }
+    CAudioParamGuardSet(const CAudioParamGuardSet&) = delete;
+    CAudioParamGuardSet& operator=(const CAudioParamGuardSet&) = delete;
+    void add(CAudioParam& param) { guards[count++].emplace(param); }
+
+private:
+    std::optional<CAudioParamGuard> guards[N];
+    size_t count = 0;
 };
 
 /// Changes that are collected and handed over together. While one is open no deferred call runs.

@@ -3,6 +3,7 @@
 #include "Audio/CAudioEnv.h"
 #include "Audio/CAudioParamRegistryBase.h"
 #include "Audio/CSharedParam.h"
+#include "Platform/Thread.h"
 
 #include <algorithm>
 
@@ -374,19 +375,33 @@ void CAudioParamCollector::deferCall(CDeferredCallTarget& target, int32_t argume
 }
 
 void CAudioParamCollector::cancelDeferredCalls(CDeferredCallTarget& target) {
-    platform::CSpinGuard hold(deferredLock);
-    for (size_t i = deferredCalls.size(); i-- > 0;)
-        if (deferredCalls[i].target == &target) deferredCalls.erase(i);
+    for (platform::CSpinWait wait;; wait.step()) {
+        platform::CSpinGuard hold(deferredLock);
+        for (size_t i = deferredCalls.size(); i-- > 0;)
+            if (deferredCalls[i].target == &target) deferredCalls.erase(i);
+        // A target may end in its own call; else another thread must be out of it.
+        if (calledNow != &target || callingThread == platform::currentThreadId()) return;
+    }
 }
 
 void CAudioParamCollector::runDeferredCalls() {
-    CVector<CDeferredCall, 4> calls;
-    {
+    CDeferredCall call;
+    while (takeDeferredCall(call)) {
+        call.target->onDeferredCall(call.argument, call.value);
         platform::CSpinGuard hold(deferredLock);
-        if (guardCount > 0 || batchCount > 0) return;
-        std::swap(calls, deferredCalls);
+        calledNow = nullptr;
     }
-    for (const CDeferredCall& call : calls) call.target->onDeferredCall(call.argument, call.value);
+}
+
+/// False when nothing may run now: whoever closes the last guard, or is in a call, comes back.
+bool CAudioParamCollector::takeDeferredCall(CDeferredCall& out) {
+    platform::CSpinGuard hold(deferredLock);
+    if (guardCount > 0 || batchCount > 0 || calledNow || deferredCalls.empty()) return false;
+    out = deferredCalls[0];
+    deferredCalls.erase(0);
+    calledNow = out.target;
+    callingThread = platform::currentThreadId();
+    return true;
 }
 
 } // namespace lum

@@ -85,9 +85,10 @@ public:
     void acquireGuard(bool isBatch = false);
     void releaseGuard(bool isBatch = false);
     /// Runs a call when no guard or batch is open, on the thread that closes the last one; at once
-    /// when none is open now.
+    /// when none is open now. Calls run one at a time in the order in which they were deferred,
+    /// whatever threads they come from, so that a host hears the latest value last.
     void deferCall(CDeferredCallTarget& target, int32_t argument, double value);
-    /// Forgets the calls of a target that goes away.
+    /// Forgets the calls of a target that goes away, and waits for one that another thread is in.
     void cancelDeferredCalls(CDeferredCallTarget& target);
 
     void addSharedParam(std::unique_ptr<CSharedParam> param);
@@ -126,6 +127,7 @@ private:
     bool mergeIntoQueue(CQueuedChange& record);
     void appendToQueue(CQueuedChange* head, CQueuedChange* tail);
     void runDeferredCalls();
+    bool takeDeferredCall(CDeferredCall& out);
     void growListenerPool();
 
     CAudioEnv* env = nullptr;
@@ -140,10 +142,27 @@ private:
     CAudioListenerNode* freeListeners = nullptr; // under listenerLock
     CVector<void*, 4> listenerBlocks;
     platform::CSpinLock deferredLock;
-    CVector<CDeferredCall, 4> deferredCalls; // under deferredLock
+    CVector<CDeferredCall, 4> deferredCalls;  // under deferredLock, and so are the next four
+    CDeferredCallTarget* calledNow = nullptr; // a thread is in its call
+    uint64_t callingThread = 0;
     int guardCount = 0;
     int batchCount = 0;
     CVector<std::unique_ptr<CSharedParam>, 4> sharedParams;
+};
+
+/// Holds deferred calls back for a scope. It stands outside a lock that the host, in a call of its
+/// own on another thread, may be waiting for.
+class CDeferredCallHold {
+public:
+    explicit CDeferredCallHold(CAudioParamCollector& owner) : collector(owner) {
+        collector.acquireGuard(true);
+    }
+    ~CDeferredCallHold() { collector.releaseGuard(true); }
+    CDeferredCallHold(const CDeferredCallHold&) = delete;
+    CDeferredCallHold& operator=(const CDeferredCallHold&) = delete;
+
+private:
+    CAudioParamCollector& collector;
 };
 
 } // namespace lum

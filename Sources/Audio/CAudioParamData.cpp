@@ -10,6 +10,7 @@ namespace {
 
 constexpr int64_t kReadStep = 65536;  // bytes read at a time from a stream of unknown length
 constexpr int64_t kShortestItem = 12; // bytes of an item in a stream: id, type, length
+constexpr int64_t kMostItems = 16384; // more than the elements of all groups, each of which has one
 
 std::atomic<CAudioParamDataItem*> retiredItems{nullptr};
 
@@ -168,7 +169,7 @@ CErrorResult CAudioParamData::load(CInputStream& stream) {
     uint32_t count = 0;
     LUM_TRY(stream.readValue(count));
     int64_t left = stream.bytesLeft();
-    if (left >= 0 && count > left / kShortestItem)
+    if (count > kMostItems || (left >= 0 && count > left / kShortestItem))
         return LUM_FAIL(
             "@lumstr_CAudioParamData_load_InvalidCount Invalid data item count %1 encountered.",
             count);

@@ -2,24 +2,11 @@
 
 #include "Audio/CAudioParamCollector.h"
 
-#include <optional>
-
 namespace lum {
 
 namespace {
 
-/// Guards of all parameters of a filter, closed in the reverse order.
-class CGuardSet {
-public:
-    void add(CAudioParam& param) { guards[count++].emplace(param); }
-    ~CGuardSet() {
-        while (count > 0) guards[--count].reset();
-    }
-
-private:
-    std::optional<CAudioParamGuard> guards[2 * kMostFilterParams];
-    size_t count = 0;
-};
+using CGuardSet = CAudioParamGuardSet<2 * kMostFilterParams>;
 
 void splitNames(CVector<CString>& out, const CString& text) {
     CVector<CString> items;

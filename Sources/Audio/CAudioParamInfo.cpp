@@ -1,6 +1,7 @@
 #include "Audio/CAudioParamInfo.h"
 
 #include "Audio/CAudioParamConverter.h"
+#include "Audio/CAudioPreset.h"
 #include "Core/CAppData.h"
 #include "Core/CMemoryReader.h"
 
@@ -16,14 +17,13 @@ constexpr int kShortNameLength = 7;
 constexpr double kSwitchTolerance = 0.005; // absolute, and relative to the switch value
 constexpr int64_t kShortestState = 8;      // bytes of two empty strings
 constexpr int64_t kShortestSwitch = 12;    // bytes of a number and an empty string
-constexpr int64_t kShortestPreset = 8;     // bytes of an empty name and an entry count
-constexpr int64_t kShortestEntry = 8;      // bytes of an empty key and a size
 constexpr int64_t kShortestBank = 8;       // bytes of an empty name and a preset count
+constexpr int64_t kMostItems = 16384;      // of one kind in a stream, however short they are
 
 CErrorResult readCount(CInputStream& stream, uint32_t& count, int64_t shortestItem) {
     LUM_TRY(stream.readValue(count));
     int64_t left = stream.bytesLeft();
-    if (left >= 0 && count > left / shortestItem)
+    if (count > kMostItems || (left >= 0 && count > left / shortestItem))
         return LUM_FAIL("@lumstr_CAudioParamInfo_load_Count Invalid item count %1 encountered.",
                         count);
     return nullptr;
@@ -40,30 +40,11 @@ CErrorResult writeFlag(COutputStream& stream, bool flag) {
     return stream.writeValue(static_cast<uint32_t>(flag));
 }
 
-/// Reads a preset's name and passes over its entries.
-CErrorResult readPresetName(CInputStream& stream, CString& name) {
-    LUM_TRY(stream.readString(name));
-    uint32_t entries = 0;
-    LUM_TRY(readCount(stream, entries, kShortestEntry));
-    for (uint32_t i = 0; i < entries; i++) {
-        CString key;
-        uint32_t size = 0;
-        LUM_TRY(stream.readString(key));
-        LUM_TRY(readCount(stream, size, 1));
-        LUM_TRY(stream.skip(size));
-    }
-    return nullptr;
-}
-
-/// Reads the full names of the presets in the first bank of a list payload.
-CErrorResult readPresetNames(CInputStream& stream, CVector<CString>& names) {
-    uint32_t banks = 0, presets = 0;
+/// Reads the first bank of a list payload; no bank gives one without presets.
+CErrorResult readFirstBank(CInputStream& stream, CAudioPresetBank& out) {
+    uint32_t banks = 0;
     LUM_TRY(readCount(stream, banks, kShortestBank));
-    if (banks == 0) return nullptr;
-    CString bankName;
-    LUM_TRY(stream.readString(bankName));
-    LUM_TRY(readCount(stream, presets, kShortestPreset));
-    for (uint32_t i = 0; i < presets; i++) LUM_TRY(readPresetName(stream, names.emplace_back()));
+    if (banks > 0) LUM_TRY(out.load(stream));
     return nullptr;
 }
 
@@ -162,12 +143,11 @@ CErrorResult CAudioParamInfo::loadStateList(const CString& name) {
                         "available in '%1'.",
                         record);
     CMemoryReader reader(bytes);
-    CVector<CString> presetNames;
-    LUM_TRY(readPresetNames(reader, presetNames));
-    for (const CString& presetName : presetNames) {
-        CVector<CString> parts; // behind the registry's id and the colon: name;short name
-        size_t behindId = static_cast<size_t>(presetName.find(u':') + 1);
-        presetName.substring(behindId).split(parts, u';', false);
+    CAudioPresetBank bank;
+    LUM_TRY(readFirstBank(reader, bank));
+    for (const CAudioPreset& preset : bank.presets) {
+        CVector<CString> parts; // name;short name
+        CAudioPreset::nameOf(preset.name).split(parts, u';', false);
         stateNames.push_back(parts.empty() ? CString() : parts[0]);
         stateShortNames.push_back(toShortName(parts.size() > 1 ? parts[1] : stateNames.back()));
     }

@@ -90,6 +90,7 @@ CErrorResult CAudioParamRegistry::initBanks() {
     if (sessionBank.presets.empty()) sessionBank.presets.emplace_back().name = id + ":Default";
     programUndo.resize(sessionBank.presets.size());
     readStoredDefault();
+    for (const CAudioPreset& preset : sessionBank.presets) programNames.push_back(preset.name);
     return nullptr;
 }
 
@@ -176,8 +177,8 @@ CAudioParam* CAudioParamRegistry::findMember(const CString& key) {
 
 void CAudioParamRegistry::onCollectorStarted() {
     if (!master) return;
-    platform::CLockGuard hold(presetLock);
-    const CAudioPreset first = sessionBank.presets[0];
+    const CPresetScope scope(*this);
+    const CAudioPreset first = namedProgram(0);
     logAndDropError(activatePresetObject(first, nullptr, true, -1));
     CActivation asReset;
     asReset.asReset = true;
@@ -192,13 +193,13 @@ int CAudioParamRegistry::getProgramCount() const {
 }
 
 void CAudioParamRegistry::setCurrentProgram(int index, const void* originator) {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     const int old = currentProgram;
     if (!master || index < 0 || index >= sessionBank.presets.ssize() || index == old) return;
     capturePreset(sessionBank.presets[old], -1);
     if (undoObject) undoObject->exchangeHistory(programUndo[old], std::move(programUndo[index]));
     currentProgram = index;
-    const CAudioPreset preset = sessionBank.presets[index];
+    const CAudioPreset preset = namedProgram(index);
     CActivation how;
     logAndDropError(activateParams(preset, how, {}));
     setNameParam(preset.name, 0, nullptr, originator);
@@ -210,16 +211,19 @@ void CAudioParamRegistry::getPresetNames(bool fromRom, CVector<CString>& names,
     names.clear();
     current = -1;
     if (!master) return;
+    if (fromRom) {
+        for (const CAudioPreset& preset : romBank.presets) names.push_back(preset.name);
+        return;
+    }
     platform::CSpinGuard hold(nameLock);
-    for (const CAudioPreset& preset : fromRom ? romBank.presets : sessionBank.presets)
-        names.push_back(preset.name);
-    if (!fromRom) current = currentProgram;
+    names.append(programNames);
+    current = currentProgram;
 }
 
 bool CAudioParamRegistry::getProgramName(int index, CString& out) const {
     platform::CSpinGuard hold(nameLock);
-    if (index < 0 || index >= sessionBank.presets.ssize()) return false;
-    out = CAudioPreset::nameOf(sessionBank.presets[index].name);
+    if (index < 0 || index >= programNames.ssize()) return false;
+    out = CAudioPreset::nameOf(programNames[index]);
     return true;
 }
 
@@ -230,16 +234,23 @@ CString CAudioParamRegistry::fullNameOf(const CString& text) const {
 
 CString CAudioParamRegistry::programName(int index) const {
     platform::CSpinGuard hold(nameLock);
-    return sessionBank.presets[index].name;
+    return programNames[index];
 }
 
 void CAudioParamRegistry::setProgramName(int index, const CString& presetName) {
     platform::CSpinGuard hold(nameLock);
-    sessionBank.presets[index].name = presetName;
+    programNames[index] = presetName;
+}
+
+/// A program as it leaves the session bank. Under presetLock.
+CAudioPreset& CAudioParamRegistry::namedProgram(int index) {
+    CAudioPreset& preset = sessionBank.presets[index];
+    preset.name = programName(index);
+    return preset;
 }
 
 void CAudioParamRegistry::renamePreset(int index, const CString& newName, const void* originator) {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!master || index < 0 || index >= sessionBank.presets.ssize()) return;
     const CString presetName = fullNameOf(newName);
     setProgramName(index, presetName);
@@ -267,6 +278,11 @@ void CAudioParamRegistry::setNameParam(const CString& presetName, int group, CPa
     nameParam->applyChange(change, context, &guard);
 }
 
+void CAudioParamRegistry::setRoutingProvider(CAudioRoutingInfoProvider* provider) {
+    platform::CLockGuard hold(paramsLock);
+    routingProvider = provider;
+}
+
 void CAudioParamRegistry::announce(const void* originator) {
     CRegistryUpdate update;
     update.originator = originator;
@@ -289,7 +305,7 @@ void CAudioParamRegistry::turnNameToUser(CAudioParam& param, int group, CParamUn
 }
 
 void CAudioParamRegistry::exchangeShadow() {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!shadowPreset) updateShadow();
     auto live = std::make_unique<CAudioPreset>();
     capturePreset(*live, -1);
@@ -303,7 +319,7 @@ void CAudioParamRegistry::exchangeShadow() {
 }
 
 void CAudioParamRegistry::updateShadow() {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!shadowPreset) shadowPreset = std::make_unique<CAudioPreset>();
     capturePreset(*shadowPreset, -1);
     shadowUndo = undoObject ? undoObject->copyHistory() : nullptr;

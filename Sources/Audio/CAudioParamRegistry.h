@@ -21,8 +21,10 @@ struct CRegistryUpdate : public CUpdateRecord {
 /// master also has the factory bank and the session bank, whose presets are the programs.
 ///
 /// Control threads. Lock order: presetLock, paramsLock, the undo lock, a parameter's guard, then
-/// the leaves nameLock and pendingLock. The names have a leaf of their own because a change of the
-/// name parameter renames the program under that parameter's guard.
+/// the leaves nameLock and pendingLock. The names of the programs stand beside the session bank
+/// under a leaf of their own, because a change of the name parameter renames the program under that
+/// parameter's guard; a preset of the bank takes its name from there when it leaves the bank.
+/// The host is told nothing while presetLock is held: it may be waiting for it in another call.
 class CAudioParamRegistry : public CObject, public CUpdateNotifier, public CAudioParamRegistryBase {
 public:
     CAudioParamRegistry();
@@ -75,10 +77,21 @@ public:
     /// Turns the name of the present preset to "User" if the parameter belongs to it.
     void turnNameToUser(CAudioParam& param, int group, CParamUndoRecord* undo);
 
-    void setRoutingProvider(CAudioRoutingInfoProvider* provider) { routingProvider = provider; }
+    /// Null when the instance goes; an activation that is under way ends first.
+    void setRoutingProvider(CAudioRoutingInfoProvider* provider);
 
 private:
     class CNameListener;
+    /// presetLock for a scope, and calls to the host held back until it is open again.
+    class CPresetScope {
+    public:
+        explicit CPresetScope(const CAudioParamRegistry& owner)
+            : held(*owner.collector), hold(owner.presetLock) {}
+
+    private:
+        CDeferredCallHold held;
+        platform::CLockGuard hold;
+    };
     struct CActivation {
         bool asReset = false;
         bool includePersistent = false;
@@ -111,6 +124,7 @@ private:
     CString activationName(int group) const;
     CString fullNameOf(const CString& text) const;
     CString programName(int index) const;
+    CAudioPreset& namedProgram(int index);
     void setProgramName(int index, const CString& presetName);
     void setNameParam(const CString& presetName, int group, CParamUndoRecord* undo,
                       const void* originator);
@@ -130,7 +144,7 @@ private:
     CAudioParam* groupNamesParam = nullptr;
     std::unique_ptr<CNameListener> nameListener;
 
-    mutable platform::CLock presetLock; // banks, shadow
+    mutable platform::CLock presetLock; // session bank, shadow
     CAudioPresetBank romBank;
     CAudioPresetBank sessionBank;
     std::atomic<int> currentProgram{0};
@@ -143,8 +157,9 @@ private:
     CMap<CString, CAudioParam*> params; // by name without the hierarchy
     platform::CSpinLock pendingLock;
     CVector<CAudioParam*> pendingParams;
-    mutable platform::CSpinLock nameLock; // names in both banks
-    CAudioRoutingInfoProvider* routingProvider = nullptr;
+    mutable platform::CSpinLock nameLock;
+    CVector<CString> programNames;                        // with ids; under nameLock
+    CAudioRoutingInfoProvider* routingProvider = nullptr; // under paramsLock
 };
 
 } // namespace lum

@@ -16,7 +16,7 @@ CErrorResult CAudioParamRegistry::activatePreset(CInputStream& stream, bool incl
     LUM_TRY(preset.load(stream));
     if (!(CAudioPreset::idOf(preset.name) == id))
         return LUM_FAIL("@lumstr_CAudioParamRegistry_activatePreset Incompatible preset.");
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     LUM_TRY(checkEntries(preset));
     if (!undoObject) {
         LUM_TRY(activatePresetObject(preset, nullptr, includePersistent, group));
@@ -32,21 +32,21 @@ CErrorResult CAudioParamRegistry::activatePreset(CInputStream& stream, bool incl
 CErrorResult CAudioParamRegistry::activateBank(CInputStream& stream, bool includePersistent) {
     CAudioPresetBank bank;
     LUM_TRY(bank.load(stream));
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     const int count = std::min(bank.presets.ssize(), sessionBank.presets.ssize());
     for (int i = 0; i < count; i++)
         if (!(CAudioPreset::idOf(bank.presets[i].name) == id))
             return LUM_FAIL("@lumstr_CAudioParamRegistry_activateBank Incompatible bank.");
     for (int i = 0; i < count; i++) LUM_TRY(checkEntries(bank.presets[i]));
     for (int i = 0; i < count; i++) {
-        platform::CSpinGuard names(nameLock);
+        setProgramName(i, bank.presets[i].name);
         std::swap(sessionBank.presets[i], bank.presets[i]);
+        programUndo[i].reset();
     }
-    for (int i = 0; i < count; i++) programUndo[i].reset();
     const int current = currentProgram;
     if (current < count) {
         if (undoObject) undoObject->clear(true);
-        const CAudioPreset preset = sessionBank.presets[current];
+        const CAudioPreset preset = namedProgram(current);
         LUM_TRY(activatePresetObject(preset, nullptr, includePersistent, -1));
     } else {
         announce(nullptr);
@@ -56,20 +56,20 @@ CErrorResult CAudioParamRegistry::activateBank(CInputStream& stream, bool includ
 
 CErrorResult CAudioParamRegistry::acquirePreset(bool fromRom, int index, int group,
                                                 COutputStream& stream) {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!master) {
         CAudioPreset preset;
         capturePreset(preset, group);
         LUM_TRY(preset.save(stream));
         return nullptr;
     }
-    CAudioPresetBank& bank = fromRom ? romBank : sessionBank;
     if (!fromRom && index == -1) index = currentProgram;
+    const CAudioPresetBank& bank = fromRom ? romBank : sessionBank;
     if (index < 0 || index >= bank.presets.ssize())
         return LUM_FAIL(
             "@lumstr_CAudioParamRegistry_acquirePreset Invalid preset index %1 specified.", index);
-    if (!fromRom && index == currentProgram) capturePreset(bank.presets[index], -1);
-    LUM_TRY(bank.presets[index].save(stream));
+    if (!fromRom && index == currentProgram) capturePreset(sessionBank.presets[index], -1);
+    LUM_TRY((fromRom ? romBank.presets[index] : namedProgram(index)).save(stream));
     return nullptr;
 }
 
@@ -77,11 +77,12 @@ CErrorResult CAudioParamRegistry::acquireBank(bool fromRom, COutputStream& strea
     if (!master)
         return LUM_FAIL("@lumstr_CAudioParamRegistry_acquireBank Acquiring bank in a non-master "
                         "registry is an error.");
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!fromRom) {
         CAudioPreset& current = sessionBank.presets[currentProgram.load()];
         capturePreset(current, -1);
         spreadPersistent(current);
+        for (int i = 0; i < sessionBank.presets.ssize(); i++) namedProgram(i);
     }
     LUM_TRY((fromRom ? romBank : sessionBank).save(stream));
     return nullptr;
@@ -100,7 +101,7 @@ void CAudioParamRegistry::spreadPersistent(const CAudioPreset& current) {
 }
 
 void CAudioParamRegistry::activateFactoryPreset(int index) {
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     if (!master || index < 0 || index >= romBank.presets.ssize()) return;
     auto record = std::make_unique<CAudioParamUndoRecord>("ROM preset activate", false, -1);
     logAndDropError(activatePresetObject(romBank.presets[index], record.get(), false, -1));
@@ -119,7 +120,7 @@ CErrorResult CAudioParamRegistry::setDefaultPreset(CInputStream& stream) {
 
 void CAudioParamRegistry::masterReset() {
     if (!master) return;
-    platform::CLockGuard hold(presetLock);
+    const CPresetScope scope(*this);
     auto record = std::make_unique<CAudioParamUndoRecord>("Master reset", false, -1);
     {
         CAudioParamBatch batch(*collector);
@@ -137,7 +138,8 @@ void CAudioParamRegistry::masterReset() {
 }
 
 /// Reads every entry as its parameter would, before the first one is touched: versions, element
-/// sizes, data types and counts. Entries that nothing declares are skipped here as later.
+/// sizes, data types and counts. Entries that nothing declares, or that no preset of this registry
+/// may set, are skipped here as later.
 CErrorResult CAudioParamRegistry::checkEntries(const CAudioPreset& preset) {
     platform::CLockGuard hold(paramsLock);
     drainPending();
@@ -145,7 +147,7 @@ CErrorResult CAudioParamRegistry::checkEntries(const CAudioPreset& preset) {
         const auto live = params.find(key);
         const CAudioParamInfo* info = live == params.end() ? nullptr : live->second->getInfo();
         if (!info) info = findDefinition(hierarchy + key);
-        if (!info) continue;
+        if (!info || !belongsToPreset(*info, true)) continue;
         CMemoryReader reader(block);
         CString blockName;
         LUM_TRY(reader.readString(blockName));
@@ -239,10 +241,7 @@ void CAudioParamRegistry::capturePreset(CAudioPreset& preset, int group) {
     else if (nameParam)
         presetName += nameParam->getString(std::max(group, 0), 0);
     preset.entries.clear();
-    {
-        platform::CSpinGuard names(nameLock);
-        preset.name = presetName;
-    }
+    preset.name = presetName;
     platform::CLockGuard hold(paramsLock);
     drainPending();
     for (const auto& [key, param] : params)

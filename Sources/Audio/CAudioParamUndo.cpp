@@ -24,7 +24,7 @@ CErrorResult CAudioParamUndo::init() {
 
 void CAudioParamUndo::add(std::unique_ptr<CAudioParamUndoRecord> record) {
     platform::CLockGuard hold(undoLock);
-    if (record->empty()) return;
+    if (record->empty() || (record->epoch >= 0 && record->epoch != epoch)) return;
     if (!history) history = std::make_unique<CAudioParamHistory>();
     if (mergeIntoLast(*record)) return;
     while (history->records.ssize() > history->position) history->records.pop_back();
@@ -56,6 +56,7 @@ void CAudioParamUndo::getHistoryNames(CVector<CString>& names, int& position) {
 }
 
 void CAudioParamUndo::setPosition(int position, bool isNotifying) {
+    const CDeferredCallHold held(*collector); // the host may be in a call that takes the undo lock
     platform::CLockGuard hold(undoLock);
     if (!history || position < 0 || position > history->records.ssize()) return;
     if (position == history->position) return;
@@ -78,6 +79,7 @@ void CAudioParamUndo::replay(const CAudioParamUndoRecord& record, bool isUndo) {
 
 void CAudioParamUndo::clear(bool isNotifying) {
     platform::CLockGuard hold(undoLock);
+    epoch++;
     history.reset();
     if (isNotifying) onHistoryChanged();
 }
@@ -85,6 +87,7 @@ void CAudioParamUndo::clear(bool isNotifying) {
 void CAudioParamUndo::exchangeHistory(std::unique_ptr<CAudioParamHistory>& out,
                                       std::unique_ptr<CAudioParamHistory> in) {
     platform::CLockGuard hold(undoLock);
+    epoch++;
     std::unique_ptr<CAudioParamHistory> old = std::move(history);
     history = std::move(in);
     out = std::move(old);
@@ -125,9 +128,10 @@ void CAudioParamUndoRecord::recordBefore(const CString& paramName, int group,
 
 void CAudioParamUndoRecord::recordAfter(const CString& paramName, int group,
                                         const CAudioParamStorage& storage) {
-    CSnapshots& snapshots = entries[paramName];
-    const auto found = snapshots.find(group);
-    if (found != snapshots.end())
+    const auto entry = entries.find(paramName);
+    if (entry == entries.end()) return;
+    const auto found = entry->second.find(group);
+    if (found != entry->second.end())
         found->second.after = CAudioParamChange::ofGroup(storage, group, nullptr);
 }
 

@@ -36,6 +36,7 @@ public:
     CString name;
     bool isMergeable = false;
     int32_t mergeKey = -1;
+    int epoch = -1; // the history's when the record was opened; -1: it fits any
     using CSnapshots = CMap<int32_t, CUndoGroupSnapshot>; // by group
     CMap<CString, CSnapshots> entries;                    // by the parameter's full name
     CMap<CAudioParam*, CSet<int32_t>> touchedKeys;        // (element << 8) | group, for host edits
@@ -58,6 +59,7 @@ public:
     CErrorResult init() override;
 
     /// Takes ownership: merges the record into the last one, or appends it and cuts the redo tail.
+    /// A record of another epoch is dropped: undo never crosses a change of the program.
     void add(std::unique_ptr<CAudioParamUndoRecord> record);
     /// Names with "Undo history start" first, so that position is an index into them.
     void getHistoryNames(CVector<CString>& names, int& position);
@@ -68,6 +70,8 @@ public:
     void exchangeHistory(std::unique_ptr<CAudioParamHistory>& out,
                          std::unique_ptr<CAudioParamHistory> in);
     std::unique_ptr<CAudioParamHistory> copyHistory();
+    /// Counts the histories that have been installed.
+    int getEpoch() const { return epoch.load(std::memory_order_acquire); }
 
     CAudioParamCollector* getCollector() const { return collector; }
     platform::CLock& getUndoLock() { return undoLock; }
@@ -83,6 +87,7 @@ private:
 
     platform::CLock undoLock;
     std::unique_ptr<CAudioParamHistory> history;
+    std::atomic<int> epoch{0};
     int countMax = 4;
 };
 

@@ -141,6 +141,7 @@ CErrorResult CAudioPresetBank::load(CInputStream& stream, int& itemsLeft) {
     uint32_t count = 0;
     LUM_TRY(readCount(stream, itemsLeft, count));
     presets.clear();
+    presets.reserve(count);
     for (uint32_t i = 0; i < count; i++) LUM_TRY(presets.emplace_back().load(stream, itemsLeft));
     return nullptr;
 }
@@ -165,6 +166,7 @@ CErrorResult loadBankList(CInputStream& stream, CVector<CAudioPresetBank, 1>& ou
     int itemsLeft = kMostPresetItems;
     uint32_t count = 0;
     LUM_TRY(readCount(stream, itemsLeft, count));
+    out.reserve(count);
     for (uint32_t i = 0; i < count; i++) LUM_TRY(out.emplace_back().load(stream, itemsLeft));
     return nullptr;
 }

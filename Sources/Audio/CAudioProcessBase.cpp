@@ -232,35 +232,41 @@ void CAudioProcessBase::runUpdate() LUM_REALTIME {
 
 /// Aligns the sources and combines those that share a channel.
 void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
-    for (int i = 0; i < port.merges.ssize() && blockLength > 0;) {
-        CSampleBlockRef blocks[kMaxPortChannels];
-        int slot = port.merges[i].slot;
-        int count = 0;
-        for (; i < port.merges.ssize() && port.merges[i].slot == slot; i++) {
-            CPortSource& source = *port.sources[port.merges[i].source];
-            CSampleBlockRef block = takeSourceBlock(source, port.merges[i].sourceSlot);
-            if (count < kMaxPortChannels) blocks[count++] = std::move(block);
-        }
-        port.slots[slot].block = count == 1 ? std::move(blocks[0]) : combine(blocks, count);
+    const int entries = blockLength > 0 ? port.merges.ssize() : 0;
+    for (int first = 0, end; first < entries; first = end) {
+        const CMergeEntry& entry = port.merges[first];
+        for (end = first + 1; end < entries && port.merges[end].slot == entry.slot;) end++;
+        port.slots[entry.slot].block =
+            end == first + 1 ? takeSourceBlock(port, entry) : combine(port, &entry, end - first);
     }
     for (auto& source : port.sources)
         for (CSampleBlockRef& block : source->blocks) block.reset();
 }
 
-CSampleBlockRef CAudioProcessBase::takeSourceBlock(CPortSource& source, int slot) LUM_REALTIME {
+CSampleBlockRef CAudioProcessBase::takeSourceBlock(CInputPort& port,
+                                                   const CMergeEntry& entry) LUM_REALTIME {
+    CPortSource& source = *port.sources[entry.source];
     source.hasRun = true;
-    CSampleBlockRef block = std::move(source.blocks[slot]);
+    CSampleBlockRef block = std::move(source.blocks[entry.sourceSlot]);
     if (!block) block = context->pool.takeZeroed(blockLength); // its process does not run
-    CDSPModDelay* delay = source.delays[slot].delay.get();
+    CDSPModDelay* delay = source.delays[entry.sourceSlot].delay.get();
     if (!delay) return block;
     CSampleBlockRef out = block->isShared() ? context->pool.take(blockLength) : block;
     delay->process(block.samples(), out.samples(), blockLength);
     return out;
 }
 
-CSampleBlockRef CAudioProcessBase::combine(const CSampleBlockRef* blocks, int count) LUM_REALTIME {
+CSampleBlockRef CAudioProcessBase::combine(CInputPort& port, const CMergeEntry* entries,
+                                           int entryCount) LUM_REALTIME {
+    CSampleBlockRef blocks[kMaxPortChannels];
     const double* sources[kMaxPortChannels];
-    for (int i = 0; i < count; i++) sources[i] = blocks[i].samples();
+    int count = 0;
+    for (int i = 0; i < entryCount; i++) {
+        CSampleBlockRef block = takeSourceBlock(port, entries[i]);
+        if (count == kMaxPortChannels) continue;
+        sources[count] = block.samples();
+        blocks[count++] = std::move(block);
+    }
     CSampleBlockRef out = context->pool.take(blockLength);
     InputComboMode mode = definition ? definition->inputComboMode : InputComboMode::Sum;
     if (mode == InputComboMode::Maximum)

@@ -279,8 +279,8 @@ private:
     bool takeNewValues() LUM_REALTIME;
     void runUpdate() LUM_REALTIME;
     void mergePort(CInputPort& port) LUM_REALTIME;
-    CSampleBlockRef takeSourceBlock(CPortSource& source, int slot) LUM_REALTIME;
-    CSampleBlockRef combine(const CSampleBlockRef* blocks, int count) LUM_REALTIME;
+    CSampleBlockRef takeSourceBlock(CInputPort& port, const CMergeEntry& entry) LUM_REALTIME;
+    CSampleBlockRef combine(CInputPort& port, const CMergeEntry* entries, int count) LUM_REALTIME;
 
     CPortSource& addSource(CInputPort& port, CAudioProcessBase* source, int sourcePort);
     void dropSource(const COutputTarget& target);

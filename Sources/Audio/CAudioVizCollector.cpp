@@ -90,16 +90,17 @@ void CAudioVizCollector::prepareDestroy() {
 
 // Listening
 
+CVizItem* CAudioVizCollector::findItem(const CString& source) {
+    platform::CSpinGuard hold(itemsLock);
+    const auto found = items.find(source);
+    return found == items.end() ? nullptr : found->second.get();
+}
+
 CVizItem& CAudioVizCollector::makeItem(const CString& source) {
-    {
-        platform::CSpinGuard hold(itemsLock);
-        const auto found = items.find(source);
-        if (found != items.end()) return *found->second;
-    }
+    if (CVizItem* present = findItem(source)) return *present;
     auto item = std::make_unique<CVizItem>();
     item->name = source;
     item->enable = &collector->getParam(source + "-enable");
-    item->enable->bind(enableDefinition->getInfo(), {});
     platform::CSpinGuard hold(itemsLock);
     return *items.emplace(source, std::move(item)).first->second;
 }
@@ -127,7 +128,9 @@ void CAudioVizCollector::countListeners(CVizItem& item, int delta, int group) {
     int& part = group < 0 ? item.ownListeners : item.groupListeners[static_cast<size_t>(group)];
     part += delta;
     if (!controlWrites || (before > 0) == (item.listeners > 0)) return;
-    controlWrites->post(*item.enable, 0, item.listeners > 0 ? 1.0 : 0.0);
+    // The binding waits for a guard as well, so it is left to the control thread with the value.
+    controlWrites->post(*item.enable, 0, item.listeners > 0 ? 1.0 : 0.0,
+                        &enableDefinition->getInfo());
 }
 
 // The audio thread
@@ -158,15 +161,17 @@ void CAudioVizCollector::applyOwnChanges() {
     for (const auto& [item, delta] : changes) countListeners(*item, delta, -1);
 }
 
+/// First all that is given up, then what is claimed: groups may change places.
 void CAudioVizCollector::bindSlots() {
     const CAudioParamStorage& values = slotParam->getAudioValues();
     for (int group = 0; group < kVizGroups; group++) {
         const int wanted = roundToInt(values.read(group, 0)) - 1;
-        rebindGroup(group, wanted >= 0 && wanted < kVizSlotCount ? wanted : -1);
+        leaveSlot(group, wanted >= 0 && wanted < kVizSlotCount ? wanted : -1);
     }
+    for (int group = 0; group < kVizGroups; group++) claimSlot(group);
 }
 
-void CAudioVizCollector::rebindGroup(int group, int newSlot) {
+void CAudioVizCollector::leaveSlot(int group, int newSlot) {
     int& slot = slotOfGroup[static_cast<size_t>(group)];
     bool& isOwner = ownsSlotOfGroup[static_cast<size_t>(group)];
     if (slot != newSlot && isOwner) {
@@ -175,6 +180,11 @@ void CAudioVizCollector::rebindGroup(int group, int newSlot) {
         isOwner = false;
     }
     slot = newSlot;
+}
+
+void CAudioVizCollector::claimSlot(int group) {
+    const int slot = slotOfGroup[static_cast<size_t>(group)];
+    bool& isOwner = ownsSlotOfGroup[static_cast<size_t>(group)];
     if (slot < 0 || isOwner) return;
     int32_t nobody = -1;
     isOwner = slotManager->slot(slot).owner.compare_exchange_strong(nobody, instanceId);
@@ -189,14 +199,16 @@ void CAudioVizCollector::moveCounts(int slot, int group, int sign) {
         countListeners(makeItem(source), sign * count, group);
 }
 
+/// Lets others have a slot. The exporter's entry follows the export names alone: they are built of
+/// the newest parameters, and may give the slot to another group of this instance already.
 void CAudioVizCollector::releaseSlot(int slot) {
     CVizSlot& target = slotManager->slot(slot);
     {
         platform::CSpinGuard hold(target.dataLock);
         target.queues.clear();
     }
-    slotManager->removeExporter(slot, instanceId);
     target.owner = -1;
+    slotManager->raiseVersion(); // those who wait for the slot bind anew
 }
 
 void CAudioVizCollector::updateOwnedSlot(int slot, int group) {
@@ -235,16 +247,14 @@ void CAudioVizCollector::reset() {
 }
 
 bool CAudioVizCollector::isWanted(const CString& source, int group) {
-    platform::CSpinGuard hold(itemsLock);
-    const auto found = items.find(source);
-    if (found == items.end()) return false;
-    return found->second->ownListeners > 0 ||
-           found->second->groupListeners[static_cast<size_t>(group)] > 0;
+    const CVizItem* item = findItem(source);
+    return item && (item->ownListeners > 0 || item->groupListeners[static_cast<size_t>(group)] > 0);
 }
 
 void CAudioVizCollector::post(const CString& source, int group, const CVizDataRef& record) {
-    const CVizItem& item = makeItem(source);
-    if (item.ownListeners > 0) {
+    const CVizItem* item = findItem(source);
+    if (!item) return; // nobody has ever asked for it
+    if (item->ownListeners > 0) {
         platform::CSpinGuard hold(pendingLock);
         readyRecords[source].push_back(record);
     }

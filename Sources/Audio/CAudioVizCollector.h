@@ -18,7 +18,7 @@ constexpr int kOwnVizData = -1; // the slot number that stands for the instance'
 /// One visual source that has ever been asked for. Counts belong to the audio thread.
 struct CVizItem : public CLumMemAllocator {
     CString name;
-    CAudioParam* enable = nullptr; // the parameter "<name>-enable"
+    CAudioParam* enable = nullptr; // the parameter "<name>-enable", bound with its first write
     int listeners = 0;             // in all
     int ownListeners = 0;          // of this instance's own data
     std::array<int, kVizGroups> groupListeners{};
@@ -61,12 +61,14 @@ private:
     using CRecords = CVector<CVizDataRef, 2>;
 
     CErrorResult initExport();
-    CVizItem& makeItem(const CString& source);
+    CVizItem* findItem(const CString& source) LUM_REALTIME;
+    CVizItem& makeItem(const CString& source) LUM_REALTIME;
     void changeListeners(int slot, const CString& source, int delta);
     void countListeners(CVizItem& item, int delta, int group) LUM_REALTIME;
     void applyOwnChanges() LUM_REALTIME;
     void bindSlots() LUM_REALTIME;
-    void rebindGroup(int group, int newSlot) LUM_REALTIME;
+    void leaveSlot(int group, int newSlot) LUM_REALTIME;
+    void claimSlot(int group) LUM_REALTIME;
     void moveCounts(int slot, int group, int sign) LUM_REALTIME;
     void releaseSlot(int slot);
     void updateOwnedSlot(int slot, int group) LUM_REALTIME;

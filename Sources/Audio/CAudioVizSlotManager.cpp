@@ -47,17 +47,6 @@ void CAudioVizSlotManager::setExportNames(int32_t instanceId, const CMap<int, CS
     if (isChanged) raiseVersion();
 }
 
-void CAudioVizSlotManager::removeExporter(int index, int32_t instanceId) {
-    platform::CSpinGuard hold(lock);
-    auto& exporters = slots[index].exporters;
-    for (size_t i = 0; i < exporters.size(); i++) {
-        if (exporters[i].instanceId != instanceId) continue;
-        exporters.erase(i);
-        if (i == 0 || exporters.empty()) raiseVersion();
-        return;
-    }
-}
-
 CErrorResult CAudioVizSlotManager::saveExportNames(COutputStream& stream) {
     platform::CSpinGuard hold(lock);
     uint32_t count = 0;

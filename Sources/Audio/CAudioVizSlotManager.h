@@ -52,8 +52,6 @@ public:
     /// Replaces an instance's export names, by slot. Raises the version when what a user sees has
     /// changed.
     void setExportNames(int32_t instanceId, const CMap<int, CString>& names);
-    /// Removes an instance's exporter entry from a slot.
-    void removeExporter(int index, int32_t instanceId);
     /// Writes the count and the slots that have a name: number and name of the first exporter.
     CErrorResult saveExportNames(COutputStream& stream);
 

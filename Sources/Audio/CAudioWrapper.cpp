@@ -38,32 +38,63 @@ int32_t placeOf(int element, int group) {
 
 } // namespace
 
-/// Shows the host what other hands did to the programs.
-class CAudioWrapper::CProgramChangeListener : public COwnedUpdateListener<CAudioWrapper>,
-                                              public CLumMemAllocator {
+/// Passes news to the host when no guard is open and no lock of the presets is held.
+class CAudioWrapper::CHostNewsListener : public COwnedUpdateListener<CAudioWrapper>,
+                                         public CDeferredCallTarget,
+                                         public CLumMemAllocator {
 public:
     using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
-    ~CProgramChangeListener() override { attach(nullptr, nullptr); }
-    void onUpdate(const CUpdateRecord* record) override {
-        const auto& update = *static_cast<const CRegistryUpdate*>(record);
-        if (update.originator != owner && owner->isInitialised) owner->hostUpdateDisplay();
+    ~CHostNewsListener() override {
+        attach(nullptr, nullptr);
+        owner->collector->cancelDeferredCalls(*this);
     }
+
+protected:
+    void defer() { owner->collector->deferCall(*this, 0, 0.0); }
+};
+
+/// Shows the host what other hands did to the programs.
+class CAudioWrapper::CProgramChangeListener : public CHostNewsListener {
+public:
+    using CHostNewsListener::CHostNewsListener;
+    void onUpdate(const CUpdateRecord* record) override {
+        if (static_cast<const CRegistryUpdate*>(record)->originator != owner) defer();
+    }
+    void onDeferredCall(int32_t, double) override {
+        if (owner->isInitialised) owner->hostUpdateDisplay();
+    }
+};
+
+class CAudioWrapper::CWinSizeParamListener : public CHostNewsListener {
+public:
+    using CHostNewsListener::CHostNewsListener;
+    void onUpdate(const CUpdateRecord*) override { defer(); }
+    void onDeferredCall(int32_t, double) override { owner->updateEditorSize(); }
 };
 
 CAudioWrapper::CAudioWrapper() = default;
 
 CAudioWrapper::~CAudioWrapper() {
-    isInitialised = false;
-    if (collector) collector->cancelDeferredCalls(*this);
-    programListener.reset();
-    if (interfaceBase) interfaceBase->setDataProvider(nullptr);
-    if (paramRegistry) paramRegistry->setRoutingProvider(nullptr);
-    windowSizeListener.reset();
+    disconnectHost();
     if (mainProcess) mainProcess->disconnect();
     mainProcess.reset();
     outputProcess.reset();
     if (instanceRoot) CObject::destroyObject(instanceRoot);
     CPersistentThread::releaseIdle();
+}
+
+void CAudioWrapper::disconnectHost() {
+    isInitialised = false;
+    if (interfaceBase) {
+        interfaceBase->disconnect();
+        interfaceBase->setDataProvider(nullptr);
+    }
+    programListener.reset();
+    windowSizeListener.reset();
+    if (paramRegistry) paramRegistry->setRoutingProvider(nullptr);
+    if (extParams)
+        for (int i = 0; i < extParams->getCount(); i++) extParams->getParam(i)->setHost(i, nullptr);
+    if (collector) collector->cancelDeferredCalls(*this);
 }
 
 CErrorResult CAudioWrapper::init() {
@@ -86,9 +117,7 @@ CErrorResult CAudioWrapper::init() {
     isDirty = true;
     inFormat.channels = 1;
     outFormat.channels = 1;
-    CString forced;
-    CAppDataGroup::get().getString(forced, "force-2ch", "false");
-    forceTwoChannels = forced == "true" || forced == "1";
+    forceTwoChannels = readFlag(CAppDataGroup::get(), "force-2ch", false);
     readOversamplingSettings();
     updateOversampling();
     events.reserve(kQueuedEvents);
@@ -217,24 +246,6 @@ void CAudioWrapper::findWindowParams() {
     windowSizeListener->attach(collector, mainWindowSize);
 }
 
-void CAudioWrapper::findRoutingParams() {
-    const auto find = [&](const char* name) {
-        return &collector->getParam(hostParamName("io-params.") + name);
-    };
-    routingParams = std::make_unique<CRoutingParams>();
-    if (useSideChain) {
-        routingParams->sideChain = find("sidechain");
-        routingParams->sideChainMute = find("sidechain-mute");
-    }
-    if (!useRouting) return;
-    routingParams->inChannelNames = find("in-channel-names");
-    routingParams->groupNames = find("group-names");
-    routingParams->inRouting = find("in-routing");
-    routingParams->grouping = find("grouping");
-    routingParams->outRouting = find("out-routing");
-    if (useMidSide) routingParams->msPairs = find("ms-pairs");
-}
-
 void CAudioWrapper::exposeParams() {
     for (int i = 0; i < extParams->getCount(); i++) {
         CAudioExtParam& param = *extParams->getParam(i);
@@ -252,6 +263,12 @@ CErrorResult CAudioWrapper::finishInit() {
     stop();
     isInitialised = true;
     return nullptr;
+}
+
+bool CAudioWrapper::readFlag(CAppData& store, const char* record, bool isStandard) {
+    CString text;
+    store.getString(text, record, isStandard ? "true" : "false");
+    return text == "true" || text == "1";
 }
 
 int CAudioWrapper::findExposedIndex(CAudioParam& param, int element, int group) const {

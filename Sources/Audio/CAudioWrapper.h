@@ -8,6 +8,7 @@
 
 namespace lum {
 
+class CAppData;
 class CAudioCCTable;
 class CAudioExtParamList;
 class CAudioInterfaceBase;
@@ -151,6 +152,12 @@ protected:
     /// Ends an adapter's own init: one activation, so that latency and buffers stand before the
     /// host asks, and from then on the host is told of changes.
     CErrorResult finishInit();
+    /// Ends all news to the host and all questions of clients. An adapter's destructor begins with
+    /// it, as its operations are gone behind that.
+    void disconnectHost();
+
+    /// A setting of the user that is on or off.
+    static bool readFlag(CAppData& store, const char* record, bool isStandard);
 
     /// Adapts a routing that the user has not touched to the host's channels. With `isRequest` that
     /// becomes the standing wish. Under the routing lock.
@@ -167,8 +174,8 @@ protected:
     bool useHostBpm = false;
     bool useHostRecording = false;
     bool forceTwoChannels = false;
-    bool isLatencyChanged = false; // audio thread, and set-up
-    bool isInitialised = false;    // the host is told nothing before
+    bool isLatencyChanged = false;          // audio thread, and set-up
+    std::atomic<bool> isInitialised{false}; // the host is told nothing before
     CAudioParam* hostLatencyChange = nullptr;
     platform::CSpinLock blockLock; // held by start, stop and a block, which only tries it
     platform::CLock routingLock;
@@ -179,13 +186,10 @@ protected:
     int windowHeight = 0;
 
 private:
-    class CWinSizeParamListener : public COwnedUpdateListener<CAudioWrapper> {
-    public:
-        using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
-        void onUpdate(const CUpdateRecord*) override { owner->updateEditorSize(); }
-    };
-    struct CRoutingParams;
+    class CHostNewsListener;
     class CProgramChangeListener;
+    class CWinSizeParamListener;
+    struct CRoutingParams;
 
     // init, in its order
     CErrorResult createInstanceTree();
@@ -210,7 +214,7 @@ private:
     int findExposedIndex(CAudioParam& param, int element, int group) const;
 
     // Activation
-    void applyConfiguration();
+    bool applyConfiguration();
     void publishLayout();
     void runEmptyBlock(int frames);
     void warmPools();
@@ -229,12 +233,7 @@ private:
 
     // Routing
     bool isRoutingDefault() const;
-    struct CRoutingGuards;
-    void writeDefaultRouting(CRoutingGuards& guards, const CChangeContext& change);
-    void writeElements(CAudioParamGuard& guard, const CVector<double, 16>& values,
-                       const CChangeContext& change);
-    void writeTexts(CAudioParamGuard& guard, const CVector<CString>& texts,
-                    const CChangeContext& change);
+    void writeDefaultRouting(const CChangeContext& change);
 
     CObject* instanceRoot = nullptr; // owned
     CObject* plugin = nullptr;

@@ -5,7 +5,6 @@
 #include "Platform/FlushToZero.h"
 
 #include <algorithm>
-#include <cstring>
 
 // The block entry. Everything here runs on the host's audio thread.
 
@@ -42,11 +41,10 @@ template <class Sample>
 void readSamples(const void* source, int position, int stride, double* samples, int frames) {
     const Sample* from =
         static_cast<const Sample*>(source) + static_cast<ptrdiff_t>(position) * stride;
-    if constexpr (std::is_same_v<Sample, double>)
-        if (stride == 1) {
-            std::memcpy(samples, from, static_cast<size_t>(frames) * sizeof(double));
-            return;
-        }
+    if (stride == 1) { // the loop without strides becomes vector code
+        std::copy_n(from, frames, samples);
+        return;
+    }
     for (int i = 0; i < frames; i++)
         samples[i] = static_cast<double>(from[static_cast<ptrdiff_t>(i) * stride]);
 }
@@ -59,11 +57,10 @@ void writeSamples(void* target, int position, int stride, const double* samples,
         for (int i = 0; i < frames; i++) to[static_cast<ptrdiff_t>(i) * stride] = Sample(0);
         return;
     }
-    if constexpr (std::is_same_v<Sample, double>)
-        if (stride == 1) {
-            std::memcpy(to, samples, static_cast<size_t>(frames) * sizeof(double));
-            return;
-        }
+    if (stride == 1) {
+        std::copy_n(samples, frames, to);
+        return;
+    }
     for (int i = 0; i < frames; i++)
         to[static_cast<ptrdiff_t>(i) * stride] = static_cast<Sample>(samples[i]);
 }

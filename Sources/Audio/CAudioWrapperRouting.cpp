@@ -2,11 +2,11 @@
 
 #include "Audio/CAudioInterfaceBase.h"
 
-#include <optional>
-
 namespace lum {
 
 namespace {
+
+constexpr int kNamedGroups = 8;
 
 /// A named group that still has one of its default names.
 bool isDefaultGroupName(const CString& name, int group) {
@@ -30,38 +30,53 @@ int readRounded(const CAudioParam& param, int element) {
     return roundToInt(param.getValues().read(0, element));
 }
 
+/// Both write elements of group 0 from 0 on, in the name of `originator`.
+void writeNumbers(CAudioParam& param, const CVector<double, 16>& numbers,
+                  const CChangeContext& change, const void* originator) {
+    param.applyChange(CAudioParamChange::ofValues(param.getValues().getFormat(), 0, 0,
+                                                  numbers.data(), numbers.ssize(), false,
+                                                  originator),
+                      change);
+}
+
+void writeTexts(CAudioParam& param, const CVector<CString>& texts, const CChangeContext& change,
+                const void* originator) {
+    CAudioParamChange written;
+    written.format = param.getValues().getFormat();
+    written.originator = originator;
+    written.elementCount = texts.ssize();
+    written.data = std::make_unique<CAudioParamData>();
+    for (const CString& text : texts) written.values.push_back(written.data->addString(text));
+    param.applyChange(written, change);
+}
+
 } // namespace
 
+void CAudioWrapper::findRoutingParams() {
+    const auto find = [&](const char* name) {
+        return &collector->getParam(CString("plugin.modMain.io-params.") + name);
+    };
+    routingParams = std::make_unique<CRoutingParams>();
+    if (useSideChain) {
+        routingParams->sideChain = find("sidechain");
+        routingParams->sideChainMute = find("sidechain-mute");
+    }
+    if (!useRouting) return;
+    routingParams->inChannelNames = find("in-channel-names");
+    routingParams->groupNames = find("group-names");
+    routingParams->inRouting = find("in-routing");
+    routingParams->grouping = find("grouping");
+    routingParams->outRouting = find("out-routing");
+    if (useMidSide) routingParams->msPairs = find("ms-pairs");
+}
+
 bool CAudioWrapper::CRoutingParams::areUsable() const {
-    for (const CAudioParam* param : {inChannelNames, groupNames})
+    for (const CAudioParam* param : texts())
         if (!hasType(param, ParamDataType::String)) return false;
-    for (const CAudioParam* param :
-         {inRouting, grouping, outRouting, msPairs, sideChain, sideChainMute})
+    for (const CAudioParam* param : numbers())
         if (!hasType(param, ParamDataType::Float)) return false;
     return true;
 }
-
-/// The guards of all routing parameters, so that nobody changes one between test and write.
-struct CAudioWrapper::CRoutingGuards {
-    explicit CRoutingGuards(CRoutingParams& params)
-        : inChannelNames(*params.inChannelNames),
-          groupNames(*params.groupNames),
-          inRouting(*params.inRouting),
-          grouping(*params.grouping),
-          outRouting(*params.outRouting) {
-        if (params.msPairs) msPairs.emplace(*params.msPairs);
-        if (params.sideChain) sideChain.emplace(*params.sideChain);
-        if (params.sideChainMute) sideChainMute.emplace(*params.sideChainMute);
-    }
-    CAudioParamGuard inChannelNames;
-    CAudioParamGuard groupNames;
-    CAudioParamGuard inRouting;
-    CAudioParamGuard grouping;
-    CAudioParamGuard outRouting;
-    std::optional<CAudioParamGuard> msPairs;
-    std::optional<CAudioParamGuard> sideChain;
-    std::optional<CAudioParamGuard> sideChainMute;
-};
 
 void CAudioWrapper::applyRouting(CParamUndoRecord* undo, CAudioParamBatch* batch) {
     platform::CLockGuard hold(routingLock);
@@ -72,12 +87,16 @@ void CAudioWrapper::updateDefaultRouting(bool isRequest, CParamUndoRecord* undo,
                                          CAudioParamBatch* batch) {
     if (isRequest) isRoutingRequested = true;
     if (!isRoutingRequested || !useRouting) return;
-    CRoutingGuards guards(*routingParams);
+    // To the end, so that nobody changes one between test and write.
+    CAudioParamGuardSet<8> guards;
+    for (CAudioParam* param : routingParams->texts()) guards.add(*param);
+    for (CAudioParam* param : routingParams->numbers())
+        if (param) guards.add(*param);
     if (!routingParams->areUsable() || !isRoutingDefault() || inputLabels.empty()) return;
     CChangeContext change;
     change.undo = undo;
     change.batch = batch;
-    writeDefaultRouting(guards, change);
+    writeDefaultRouting(change);
 }
 
 bool CAudioWrapper::isRoutingDefault() const {
@@ -88,7 +107,7 @@ bool CAudioWrapper::isRoutingDefault() const {
             if (i >= params.msPairs->getValues().getElementCount(0) ||
                 readRounded(*params.msPairs, i) != 0)
                 return false;
-    for (int group = 0; group < 8; group++)
+    for (int group = 0; group < kNamedGroups; group++)
         if (!isDefaultGroupName(params.groupNames->getValues().readString(0, group), group))
             return false;
     if (params.sideChain)
@@ -109,11 +128,12 @@ bool CAudioWrapper::isRoutingDefault() const {
     return true;
 }
 
-void CAudioWrapper::writeDefaultRouting(CRoutingGuards& guards, const CChangeContext& change) {
+void CAudioWrapper::writeDefaultRouting(const CChangeContext& change) {
     const int labelCount = inputLabels.ssize();
     CVector<CString> names;
     names.push_back(labelCount == 1 ? "MONO" : labelCount == 2 ? "STEREO" : "MULTI");
-    for (int group = 2; group <= 8; group++) names.push_back("G-" + CString::fromInt(group));
+    for (int group = 2; group <= kNamedGroups; group++)
+        names.push_back("G-" + CString::fromInt(group));
     CVector<double, 16> routing;
     CVector<double, 16> grouping;
     CVector<double, 16> sideChain;
@@ -123,42 +143,24 @@ void CAudioWrapper::writeDefaultRouting(CRoutingGuards& guards, const CChangeCon
         sideChain.push_back(i);
     }
 
-    writeTexts(guards.inChannelNames, inputLabels, change);
-    writeTexts(guards.groupNames, names, change);
-    writeElements(guards.inRouting, routing, change);
-    if (guards.sideChain) {
+    const CRoutingParams& params = *routingParams;
+    writeTexts(*params.inChannelNames, inputLabels, change, this);
+    writeTexts(*params.groupNames, names, change, this);
+    writeNumbers(*params.inRouting, routing, change, this);
+    if (params.sideChain) {
         CVector<double, 16> mutes;
         mutes.resize(sideChain.size(), 0.0);
-        writeElements(*guards.sideChain, sideChain, change);
-        writeElements(*guards.sideChainMute, mutes, change);
+        writeNumbers(*params.sideChain, sideChain, change, this);
+        writeNumbers(*params.sideChainMute, mutes, change, this);
     }
-    writeElements(guards.outRouting, routing, change);
-    writeElements(guards.grouping, grouping, change);
-}
-
-void CAudioWrapper::writeElements(CAudioParamGuard& guard, const CVector<double, 16>& values,
-                                  const CChangeContext& change) {
-    CAudioParam& param = guard.getParam();
-    param.applyChange(CAudioParamChange::ofValues(param.getValues().getFormat(), 0, 0,
-                                                  values.data(), values.ssize(), false, this),
-                      change, &guard);
-}
-
-void CAudioWrapper::writeTexts(CAudioParamGuard& guard, const CVector<CString>& texts,
-                               const CChangeContext& change) {
-    CAudioParam& param = guard.getParam();
-    CAudioParamChange written;
-    written.format = param.getValues().getFormat();
-    written.originator = this;
-    written.elementCount = texts.ssize();
-    written.data = std::make_unique<CAudioParamData>();
-    for (const CString& text : texts) written.values.push_back(written.data->addString(text));
-    param.applyChange(written, change, &guard);
+    writeNumbers(*params.outRouting, routing, change, this);
+    writeNumbers(*params.grouping, grouping, change, this);
 }
 
 void CAudioWrapper::importChannelLabels() {
     CAudioParam* names = routingParams->inChannelNames;
     if (!names) return;
+    const CDeferredCallHold held(*collector); // the host may be in a call that takes the lock
     platform::CLockGuard hold(routingLock);
     CVector<CString> labels = inputLabels;
     labels.append(sideChainLabels);
@@ -172,7 +174,7 @@ void CAudioWrapper::importChannelLabels() {
         if (isEqual) return;
         CChangeContext change;
         change.undo = record.get();
-        writeTexts(guard, labels, change);
+        writeTexts(*names, labels, change, this);
     }
     interfaceBase->add(std::move(record)); // the undo lock stands outside the guards
 }

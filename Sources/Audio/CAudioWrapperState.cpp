@@ -27,52 +27,51 @@ constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation del
 constexpr int kDelayBlocksPerChannel = 4;
 constexpr size_t kStatePrefix = 16; // reserved bytes in front of a host's chunk
 
-bool isTrue(const CString& text) {
-    return text == "true" || text == "1";
-}
-
 } // namespace
 
 // Activation
 
 void CAudioWrapper::start() {
     platform::CFlushToZero mode;
-    const bool isNewLayout = isConfigurationDirty();
+    if (isActive()) return;
+    readOversamplingSettings(); // from the stores, so outside the locks and before a block runs
+    bool isNewLayout = false;
     {
         platform::CSpinGuard holdBlocks(blockLock);
         {
             platform::CSpinGuard holdEnv(env->lock);
-            if (env->isActive) return;
-            env->isActive = true;
+            if (std::exchange(env->isActive, true)) return;
         }
-        applyConfiguration();
+        isNewLayout = applyConfiguration();
         if (std::exchange(needsRehearsal, false)) rehearse();
         isRunning = true;
     }
     if (isNewLayout) interfaceBase->sendChannelCounts();
     interfaceBase->sendStartViz();
     if (!isVizAlwaysActive) interfaceBase->sendClearClient();
-    readOversamplingSettings();
     drainControlWrites();
 }
 
 void CAudioWrapper::stop() {
     platform::CFlushToZero mode;
+    bool isNewLayout = false;
     {
         platform::CSpinGuard holdBlocks(blockLock);
         {
             platform::CSpinGuard holdEnv(env->lock);
-            if (!env->isActive) return;
-            env->isActive = false;
+            if (!std::exchange(env->isActive, false)) return;
         }
         isRunning = false;
-        applyConfiguration();
+        isNewLayout = applyConfiguration();
         mainProcess->reset();
         outputProcess->reset();
+        vizCollector->reset();
     }
-    if (!isVizAlwaysActive) interfaceBase->sendStopViz();
-    vizCollector->reset();
-    if (isVizAlwaysActive) interfaceBase->sendClearClient();
+    if (isNewLayout) interfaceBase->sendChannelCounts();
+    if (isVizAlwaysActive)
+        interfaceBase->sendClearClient();
+    else
+        interfaceBase->sendStopViz();
     drainControlWrites();
 }
 
@@ -86,7 +85,8 @@ bool CAudioWrapper::isConfigurationDirty() {
     return isDirty;
 }
 
-void CAudioWrapper::applyConfiguration() {
+/// True when a new layout has been published.
+bool CAudioWrapper::applyConfiguration() {
     bool isNew = false;
     {
         platform::CSpinGuard hold(env->lock);
@@ -97,6 +97,7 @@ void CAudioWrapper::applyConfiguration() {
     exchange();
     runEmptyBlock(1);
     needsRehearsal = needsRehearsal || isNew;
+    return isNew;
 }
 
 void CAudioWrapper::publishLayout() {
@@ -215,6 +216,7 @@ void CAudioWrapper::writeHostParam(CAudioParam& param, double value) {
 }
 
 void CAudioWrapper::setOffline(bool isHostOffline) {
+    platform::CSpinGuard hold(blockLock); // hosts ask on any thread, and every block does
     if (isHostOffline == isOffline) return;
     isOffline = isHostOffline;
     writeHostParam(*hostOffline, isOffline ? 1.0 : 0.0);
@@ -238,9 +240,7 @@ void CAudioWrapper::readOversamplingSettings() {
     CString level;
     CAppDataGroup::get().getString(level, "oversampling-level", "1");
     if (!level.parseInt(oversamplingLevel)) oversamplingLevel = 1;
-    CString force;
-    CAppDataLocal::get().getString(force, "force-auto-oversampling", "false");
-    forceAutoOversampling = isTrue(force);
+    forceAutoOversampling = readFlag(CAppDataLocal::get(), "force-auto-oversampling", false);
 }
 
 void CAudioWrapper::updateOversampling() {
@@ -278,7 +278,10 @@ CErrorResult CAudioWrapper::setState(const void* data, size_t size, bool isPrese
                                      bool withPrefix) {
     CByteBuffer payload;
     if (withPrefix) {
-        if (size <= kStatePrefix || size > INT32_MAX) return nullptr;
+        if (size <= kStatePrefix) return nullptr;
+        if (size > INT32_MAX)
+            return LUM_FAIL("@lumstr_CAudioWrapper_setState_TooLong State of %1 bytes is too long.",
+                            size);
         CMemoryReader chunk(static_cast<const uint8_t*>(data) + kStatePrefix,
                             static_cast<int32_t>(size - kStatePrefix));
         LUM_TRY(chunk.readCompressedData(payload, isPreset ? kPresetBlock : kBankBlock));
@@ -297,10 +300,9 @@ CErrorResult CAudioWrapper::setState(const void* data, size_t size, bool isPrese
 
 void CAudioWrapper::computeWindowSize(int& width, int& height) {
     CAppDataLocal& store = CAppDataLocal::get();
-    CString useSystemScale;
-    store.getString(useSystemScale, "ui-scale-usesr", "true");
     CString scale;
-    store.getString(scale, isTrue(useSystemScale) ? "ui-scale2" : "ui-scale", "1.0");
+    store.getString(scale, readFlag(store, "ui-scale-usesr", true) ? "ui-scale2" : "ui-scale",
+                    "1.0");
     if (!scale.parseReal(visualScale)) visualScale = 1.0;
 
     const auto scaled = [&](double size) {

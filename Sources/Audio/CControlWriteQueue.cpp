@@ -4,7 +4,8 @@
 
 namespace lum {
 
-void CControlWriteQueue::post(CAudioParam& param, int group, double value) LUM_REALTIME {
+void CControlWriteQueue::post(CAudioParam& param, int group, double value,
+                              const CAudioParamInfo* definition) LUM_REALTIME {
     platform::CSpinGuard hold(lock);
     hasWrites.store(true, std::memory_order_release);
     for (CWrite& write : writes)
@@ -12,25 +13,30 @@ void CControlWriteQueue::post(CAudioParam& param, int group, double value) LUM_R
             write.value = value;
             return;
         }
-    writes.push_back({&param, group, value});
+    writes.push_back({&param, group, value, definition});
 }
 
 void CControlWriteQueue::drain() {
-    if (isEmpty()) return;
-    CVector<CWrite, 16> taken;
-    {
-        platform::CSpinGuard hold(lock);
-        taken.append(writes);
-        writes.clear();
-        hasWrites.store(false, std::memory_order_release);
+    while (!isEmpty() && !isDraining.test_and_set(std::memory_order_acquire)) {
+        CVector<CWrite, 16> taken;
+        {
+            platform::CSpinGuard hold(lock);
+            taken.append(writes);
+            writes.clear();
+            hasWrites.store(false, std::memory_order_release);
+        }
+        for (const CWrite& write : taken) carryOut(write);
+        isDraining.clear(std::memory_order_release);
     }
-    for (const CWrite& write : taken) {
-        CAudioParamGuard guard(*write.param);
-        write.param->applyChange(CAudioParamChange::ofValues(write.param->getValues().getFormat(),
-                                                             write.group, 0, &write.value, 1, false,
-                                                             this),
-                                 {}, &guard);
-    }
+}
+
+void CControlWriteQueue::carryOut(const CWrite& write) {
+    CAudioParamGuard guard(*write.param);
+    if (write.definition) write.param->bind(*write.definition, {}, &guard);
+    write.param->applyChange(CAudioParamChange::ofValues(write.param->getValues().getFormat(),
+                                                         write.group, 0, &write.value, 1, false,
+                                                         this),
+                             {}, &guard);
 }
 
 } // namespace lum

@@ -4,20 +4,25 @@
 #include "Core/Realtime.h"
 #include "Platform/Lock.h"
 
+#include <atomic>
+
 namespace lum {
 
 class CAudioParam;
+class CAudioParamInfo;
 
 /// Parameter writes that originate on the audio thread, such as the channel counts of a router.
 /// Writing a parameter takes its guard, which sleeps, so the audio thread only leaves a note here
 /// and a control thread carries the writes out. One per instance.
 class CControlWriteQueue {
 public:
-    /// Notes a write; a later one of the same group replaces it. Audio thread; spins for a few
-    /// stores.
-    void post(CAudioParam& param, int group, double value) LUM_REALTIME;
+    /// Notes a write; a later one of the same group replaces it. definition: the parameter is bound
+    /// to it first, null when others bind it. Audio thread; spins for a few stores.
+    void post(CAudioParam& param, int group, double value,
+              const CAudioParamInfo* definition = nullptr) LUM_REALTIME;
     /// Carries out what was noted: element 0 of each group, in order of posting. Control threads:
-    /// after set-up, and whenever the host's main thread or the interface thread comes by.
+    /// after set-up, and whenever the host's main thread or the interface thread comes by. Leaves
+    /// it to another thread that is at it, so that an older value never comes behind a newer one.
     void drain();
     bool isEmpty() const noexcept { return !hasWrites.load(std::memory_order_acquire); }
 
@@ -26,7 +31,11 @@ private:
         CAudioParam* param;
         int group;
         double value;
+        const CAudioParamInfo* definition;
     };
+    void carryOut(const CWrite& write);
+
+    std::atomic_flag isDraining;
     platform::CSpinLock lock;
     std::atomic<bool> hasWrites{false};
     CVector<CWrite, 16> writes;

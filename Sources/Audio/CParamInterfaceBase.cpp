@@ -2,7 +2,6 @@
 
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioParamRegistry.h"
-#include "Core/CMemoryReader.h"
 
 namespace lum {
 namespace {
@@ -55,7 +54,7 @@ public:
         if (change.group == kDefinitionGroup)
             owner.sendParamInfo(id, param, change);
         else
-            owner.send(clientOf(id), CParamMessage("update-param").add(id).addObject(change));
+            owner.send(clientOf(id), CParamMessage("update-param").add(id).add(change));
     }
     CAudioParam& getParam() const { return param; }
 
@@ -82,7 +81,7 @@ private:
     CAudioParamRegistry& registry;
 };
 
-CParamInterfaceBase::CParamInterfaceBase() = default;
+CParamInterfaceBase::CParamInterfaceBase() : CParamMessageReader(static_cast<CObject&>(*this)) {}
 CParamInterfaceBase::~CParamInterfaceBase() = default;
 
 void CParamInterfaceBase::fillClass(CClassInfo& info) {
@@ -97,10 +96,14 @@ CErrorResult CParamInterfaceBase::init() {
     return nullptr;
 }
 
-void CParamInterfaceBase::prepareDestroy() {
+void CParamInterfaceBase::disconnect() {
     if (connector) connector->setBase(nullptr);
+}
+
+void CParamInterfaceBase::prepareDestroy() {
+    disconnect();
     {
-        platform::CLockGuard hold(baseLock);
+        platform::CLockGuard hold(messageLock);
         paramListeners.clear();
         registryListeners.clear();
         for (auto& [undoId, record] : openRecords) endEdits(*record);
@@ -109,20 +112,8 @@ void CParamInterfaceBase::prepareDestroy() {
     CAudioParamUndo::prepareDestroy();
 }
 
-CErrorResult CParamInterfaceBase::receiveMessage(const CByteBuffer& message) {
-    platform::CLockGuard hold(baseLock);
-    CMemoryReader reader(message);
-    CInputStream* outer = std::exchange(input, &reader);
-    CString event;
-    CErrorResult error = reader.readString(event);
-    if (!error) error = runEvent(event);
-    input = outer;
-    LUM_TRY(std::move(error));
-    return nullptr;
-}
-
 void CParamInterfaceBase::onClientGone(int clientId) {
-    platform::CLockGuard hold(baseLock);
+    platform::CLockGuard hold(messageLock);
     const auto isOfClient = [clientId](const auto& item) {
         return clientOf(item.first) == clientId;
     };
@@ -137,18 +128,12 @@ void CParamInterfaceBase::send(int clientId, const CParamMessage& message) {
     connector->sendToClient(clientId, message.bytes());
 }
 
-CErrorResult CParamInterfaceBase::readArgument(CString& out) {
-    LUM_TRY(input->readString(out));
-    return nullptr;
-}
-
 // Parameters
 
 CErrorResult CParamInterfaceBase::onListenParam() {
     CString name;
     int32_t id = 0;
-    LUM_TRY(readArgument(name));
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(name, id));
     if (paramListeners.contains(id)) return nullptr;
     CAudioParam& param = collector->getParam(name);
     auto listener = std::make_unique<CParamListener>(*this, id, param);
@@ -169,7 +154,7 @@ void CParamInterfaceBase::sendWholeParam(int32_t id, CAudioParam& param) {
     const CAudioParamStorage& values = param.getValues();
     for (int group = 0; group < values.getGroupCount(); group++) {
         CParamMessage message("update-param");
-        message.add(id).addObject(CAudioParamChange::ofGroup(values, group, nullptr));
+        message.add(id).add(CAudioParamChange::ofGroup(values, group, nullptr));
         send(clientOf(id), message);
     }
 }
@@ -178,14 +163,14 @@ void CParamInterfaceBase::sendParamInfo(int32_t id, CAudioParam& param,
                                         const CAudioParamChange& change) {
     CParamMessage message("update-param-info");
     message.add(id).add(param.isBound());
-    if (param.isBound()) message.addObject(*param.getInfo());
-    message.add(true).addObject(change);
+    if (param.isBound()) message.add(*param.getInfo());
+    message.add(true).add(change);
     send(clientOf(id), message);
 }
 
 CErrorResult CParamInterfaceBase::onUnlistenParam() {
     int32_t id = 0;
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(id));
     paramListeners.erase(id);
     return nullptr;
 }
@@ -194,9 +179,7 @@ CErrorResult CParamInterfaceBase::onChangeParam() {
     int32_t id = 0;
     int32_t undoId = 0;
     CAudioParamChange change;
-    LUM_TRY(readArgument(id));
-    LUM_TRY(readArgument(undoId));
-    LUM_TRY(change.load(*input));
+    LUM_TRY(read(id, undoId, change));
     const auto found = paramListeners.find(id);
     if (found == paramListeners.end()) return nullptr;
     CAudioParam& param = found->second->getParam();
@@ -223,8 +206,7 @@ CErrorResult CParamInterfaceBase::onResetParam() {
     int32_t element = 0;
     int32_t undoId = 0;
     int32_t isSingleSource = 0;
-    for (int32_t* argument : {&id, &group, &element, &undoId, &isSingleSource})
-        LUM_TRY(readArgument(*argument));
+    LUM_TRY(read(id, group, element, undoId, isSingleSource));
     const auto found = paramListeners.find(id);
     if (found == paramListeners.end()) return nullptr;
     CAudioParam& param = found->second->getParam();
@@ -254,18 +236,17 @@ CErrorResult CParamInterfaceBase::onCreateUndoData() {
     CString name;
     int32_t isMergeable = 0;
     int32_t mergeKey = 0;
-    LUM_TRY(readArgument(undoId));
-    LUM_TRY(readArgument(name));
-    LUM_TRY(readArgument(isMergeable));
-    LUM_TRY(readArgument(mergeKey));
+    LUM_TRY(read(undoId, name, isMergeable, mergeKey));
     if (CAudioParamUndoRecord* old = findRecord(undoId)) endEdits(*old);
-    openRecords[undoId] = std::make_unique<CAudioParamUndoRecord>(name, isMergeable != 0, mergeKey);
+    auto record = std::make_unique<CAudioParamUndoRecord>(name, isMergeable != 0, mergeKey);
+    record->epoch = getEpoch();
+    openRecords[undoId] = std::move(record);
     return nullptr;
 }
 
 CErrorResult CParamInterfaceBase::onRemoveUndoData() {
     int32_t undoId = 0;
-    LUM_TRY(readArgument(undoId));
+    LUM_TRY(read(undoId));
     if (CAudioParamUndoRecord* record = findRecord(undoId)) endEdits(*record);
     openRecords.erase(undoId);
     return nullptr;
@@ -274,8 +255,7 @@ CErrorResult CParamInterfaceBase::onRemoveUndoData() {
 CErrorResult CParamInterfaceBase::onSubmitUndoData() {
     int32_t undoId = 0;
     CString name;
-    LUM_TRY(readArgument(undoId));
-    LUM_TRY(readArgument(name));
+    LUM_TRY(read(undoId, name));
     const auto found = openRecords.find(undoId);
     if (found == openRecords.end()) return nullptr;
     std::unique_ptr<CAudioParamUndoRecord> record = std::move(found->second);
@@ -286,29 +266,43 @@ CErrorResult CParamInterfaceBase::onSubmitUndoData() {
     return nullptr;
 }
 
+/// An element that two clients hold at once is begun with the first and ended with the last of
+/// them: hosts end writing automation at the first end that they hear.
 void CParamInterfaceBase::beginEdits(CAudioParam& param, const CAudioParamChange& change,
                                      CAudioParamUndoRecord& record) {
-    for (int element = change.firstElement; element < change.end(); element++)
-        if (record.touchedKeys[&param].insert(touchKey(change.group, element)).second)
+    for (int element = change.firstElement; element < change.end(); element++) {
+        const int32_t key = touchKey(change.group, element);
+        const bool isHeld = isTouched(param, key);
+        if (record.touchedKeys[&param].insert(key).second && !isHeld)
             editBegin(param, change.group, element);
+    }
 }
 
 void CParamInterfaceBase::endEdits(CAudioParamUndoRecord& record) {
-    for (auto& [param, keys] : record.touchedKeys)
-        for (const int32_t key : keys) editEnd(*param, key & 255, key >> 8);
-    record.touchedKeys.clear();
+    const auto touched = std::exchange(record.touchedKeys, {});
+    for (const auto& [param, keys] : touched)
+        for (const int32_t key : keys)
+            if (!isTouched(*param, key)) editEnd(*param, key & 255, key >> 8);
+}
+
+bool CParamInterfaceBase::isTouched(CAudioParam& param, int32_t key) const {
+    for (const auto& [undoId, record] : openRecords) {
+        const auto found = record->touchedKeys.find(&param);
+        if (found != record->touchedKeys.end() && found->second.contains(key)) return true;
+    }
+    return false;
 }
 
 CErrorResult CParamInterfaceBase::onRequestUndoHistory() {
     int32_t clientId = 0;
-    LUM_TRY(readArgument(clientId));
+    LUM_TRY(read(clientId));
     sendHistory(clientId);
     return nullptr;
 }
 
 CErrorResult CParamInterfaceBase::onSetUndoHistoryPos() {
     int32_t position = 0;
-    LUM_TRY(readArgument(position));
+    LUM_TRY(read(position));
     setPosition(position, true);
     return nullptr;
 }
@@ -332,8 +326,7 @@ void CParamInterfaceBase::sendHistory(int clientId) {
 CErrorResult CParamInterfaceBase::onListenRegistry() {
     CString name;
     int32_t id = 0;
-    LUM_TRY(readArgument(name));
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(name, id));
     CObject* object = findObject(name);
     if (!object)
         return LUM_FAIL("@lumstr_CParamInterfaceBase_listenRegistry_NotFound No param registry "
@@ -354,7 +347,7 @@ CErrorResult CParamInterfaceBase::onListenRegistry() {
 
 CErrorResult CParamInterfaceBase::onUnlistenRegistry() {
     int32_t id = 0;
-    LUM_TRY(readArgument(id));
+    LUM_TRY(read(id));
     registryListeners.erase(id);
     return nullptr;
 }
@@ -369,20 +362,24 @@ void CParamInterfaceBase::sendRegistry(int32_t id, CAudioParamRegistry& registry
     send(clientOf(id), message);
 }
 
-/// Reads a listen id; `out` is null when nobody listens under it.
-CErrorResult CParamInterfaceBase::readRegistry(CAudioParamRegistry*& out) {
-    int32_t id = 0;
-    LUM_TRY(readArgument(id));
+CAudioParamRegistry* CParamInterfaceBase::findRegistry(int32_t id) const {
     const auto found = registryListeners.find(id);
-    out = found == registryListeners.end() ? nullptr : &found->second->getRegistry();
+    return found == registryListeners.end() ? nullptr : &found->second->getRegistry();
+}
+
+/// Reads a listen id and what follows it; `out` is null when nobody listens under the id.
+template <class... T>
+CErrorResult CParamInterfaceBase::readRegistry(CAudioParamRegistry*& out, T&... more) {
+    int32_t id = 0;
+    LUM_TRY(read(id, more...));
+    out = findRegistry(id);
     return nullptr;
 }
 
 CErrorResult CParamInterfaceBase::onSetCurrentProgram() {
     CAudioParamRegistry* registry = nullptr;
     int32_t index = 0;
-    LUM_TRY(readRegistry(registry));
-    LUM_TRY(readArgument(index));
+    LUM_TRY(readRegistry(registry, index));
     if (registry) registry->setCurrentProgram(index, this);
     return nullptr;
 }
@@ -391,9 +388,7 @@ CErrorResult CParamInterfaceBase::onRenamePreset() {
     CAudioParamRegistry* registry = nullptr;
     int32_t index = 0;
     CString name;
-    LUM_TRY(readRegistry(registry));
-    LUM_TRY(readArgument(index));
-    LUM_TRY(readArgument(name));
+    LUM_TRY(readRegistry(registry, index, name));
     if (registry) registry->renamePreset(index, name, this);
     return nullptr;
 }
@@ -401,8 +396,7 @@ CErrorResult CParamInterfaceBase::onRenamePreset() {
 CErrorResult CParamInterfaceBase::onActivateFactoryPreset() {
     CAudioParamRegistry* registry = nullptr;
     int32_t index = 0;
-    LUM_TRY(readRegistry(registry));
-    LUM_TRY(readArgument(index));
+    LUM_TRY(readRegistry(registry, index));
     if (registry) registry->activateFactoryPreset(index);
     return nullptr;
 }
@@ -410,45 +404,39 @@ CErrorResult CParamInterfaceBase::onActivateFactoryPreset() {
 CErrorResult CParamInterfaceBase::onActivatePreset() {
     CAudioParamRegistry* registry = nullptr;
     int32_t group = 0;
-    LUM_TRY(readRegistry(registry));
-    LUM_TRY(readArgument(group));
-    if (registry) LUM_TRY(registry->activatePreset(*input, false, group));
+    LUM_TRY(readRegistry(registry, group));
+    if (!registry || group >= kMaxParamGroups) return nullptr;
+    LUM_TRY(registry->activatePreset(*input, false, group));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceBase::onRequestPreset() {
-    int32_t arguments[5] = {}; // id, request id, from ROM, index, group
-    for (int32_t& argument : arguments) LUM_TRY(readArgument(argument));
-    const auto [id, requestId, isRom, index, group] = arguments;
-    const auto found = registryListeners.find(id);
-    if (found == registryListeners.end()) return nullptr;
-    CWriteSeqBuffer stream;
-    LUM_TRY(found->second->getRegistry().acquirePreset(isRom != 0, index, group, stream));
-    CByteBuffer bytes;
-    stream.getBytes(bytes);
-    CMemoryReader reader(bytes);
-    CAudioPreset preset;
-    LUM_TRY(preset.load(reader));
-    send(clientOf(id),
-         CParamMessage("registry-data").add(id).add(requestId).add(true).addObject(preset));
+    int32_t id = 0;
+    int32_t requestId = 0;
+    int32_t isRom = 0;
+    int32_t index = 0;
+    int32_t group = 0;
+    LUM_TRY(read(id, requestId, isRom, index, group));
+    CAudioParamRegistry* registry = findRegistry(id);
+    if (!registry) return nullptr;
+    CParamMessage answer("registry-data");
+    answer.add(id).add(requestId).add(true);
+    LUM_TRY(registry->acquirePreset(isRom != 0, index, group, answer.stream()));
+    send(clientOf(id), answer);
     return nullptr;
 }
 
 CErrorResult CParamInterfaceBase::onRequestBank() {
-    int32_t arguments[3] = {}; // id, request id, from ROM
-    for (int32_t& argument : arguments) LUM_TRY(readArgument(argument));
-    const auto [id, requestId, isRom] = arguments;
-    const auto found = registryListeners.find(id);
-    if (found == registryListeners.end()) return nullptr;
-    CWriteSeqBuffer stream;
-    LUM_TRY(found->second->getRegistry().acquireBank(isRom != 0, stream));
-    CByteBuffer bytes;
-    stream.getBytes(bytes);
-    CMemoryReader reader(bytes);
-    CAudioPresetBank bank;
-    LUM_TRY(bank.load(reader));
-    send(clientOf(id),
-         CParamMessage("registry-data").add(id).add(requestId).add(false).addObject(bank));
+    int32_t id = 0;
+    int32_t requestId = 0;
+    int32_t isRom = 0;
+    LUM_TRY(read(id, requestId, isRom));
+    CAudioParamRegistry* registry = findRegistry(id);
+    if (!registry) return nullptr;
+    CParamMessage answer("registry-data");
+    answer.add(id).add(requestId).add(false);
+    LUM_TRY(registry->acquireBank(isRom != 0, answer.stream()));
+    send(clientOf(id), answer);
     return nullptr;
 }
 

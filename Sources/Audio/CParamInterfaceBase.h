@@ -2,7 +2,6 @@
 
 #include "Audio/CAudioParamUndo.h"
 #include "Audio/CParamMessage.h"
-#include "Other/CParamInterfaceConnector.h"
 
 namespace lum {
 
@@ -12,7 +11,7 @@ class CAudioParamRegistry;
 /// the undo history. Messages run on the client's thread, under the connector's lock and then this
 /// object's; the notifications of parameters come on whatever control thread changed them and only
 /// put bytes in a queue.
-class CParamInterfaceBase : public CAudioParamUndo, public CParamMessageReceiver {
+class CParamInterfaceBase : public CAudioParamUndo, public CParamMessageReader {
 public:
     CParamInterfaceBase();
     ~CParamInterfaceBase() override;
@@ -20,8 +19,10 @@ public:
     CErrorResult init() override;
     void prepareDestroy() override;
 
-    CErrorResult receiveMessage(const CByteBuffer& message) override;
     void onClientGone(int clientId) override;
+    /// Cuts the clients off: a message that is being run ends first, later ones fail. When the
+    /// instance goes, before anything that a handler might touch.
+    void disconnect();
 
     // Handlers of the clients' messages; they read their arguments from the message.
     CErrorResult onListenParam();
@@ -55,15 +56,6 @@ protected:
     void send(int clientId, const CParamMessage& message);
     /// The client that an id belongs to: its upper 16 bits.
     static int clientOf(int32_t id) { return static_cast<int>(static_cast<uint32_t>(id) >> 16); }
-    template <class T>
-    CErrorResult readArgument(T& out) {
-        LUM_TRY(input->readValue(out));
-        return nullptr;
-    }
-    CErrorResult readArgument(CString& out);
-
-    platform::CLock baseLock;
-    CInputStream* input = nullptr; // of the message being run
 
 private:
     class CParamListener;
@@ -74,10 +66,13 @@ private:
     void sendParamInfo(int32_t id, CAudioParam& param, const CAudioParamChange& change);
     void sendRegistry(int32_t id, CAudioParamRegistry& registry, bool isRom);
     CAudioParamUndoRecord* findRecord(int32_t undoId);
-    CErrorResult readRegistry(CAudioParamRegistry*& out);
+    CAudioParamRegistry* findRegistry(int32_t id) const;
+    template <class... T>
+    CErrorResult readRegistry(CAudioParamRegistry*& out, T&... more);
     void beginEdits(CAudioParam& param, const CAudioParamChange& change,
                     CAudioParamUndoRecord& record);
     void endEdits(CAudioParamUndoRecord& record);
+    bool isTouched(CAudioParam& param, int32_t key) const;
     static void turnNamesToUser(CAudioParam& param, int group, CParamUndoRecord* undo);
 
     CParamInterfaceBaseConnector* connector = nullptr;

@@ -1,7 +1,5 @@
 #include "Audio/CParamInterfaceClient.h"
 
-#include "Core/CMemoryReader.h"
-
 namespace lum {
 namespace {
 
@@ -32,23 +30,6 @@ void CParamInterfaceClient::prepareDestroy() {
     CObject::prepareDestroy();
 }
 
-CErrorResult CParamInterfaceClient::receiveMessage(const CByteBuffer& message) {
-    platform::CLockGuard hold(clientLock);
-    CMemoryReader reader(message);
-    CInputStream* outer = std::exchange(input, &reader);
-    CString event;
-    CErrorResult error = reader.readString(event);
-    if (!error) error = runEvent(event);
-    input = outer;
-    LUM_TRY(std::move(error));
-    return nullptr;
-}
-
-CErrorResult CParamInterfaceClient::send(const CParamMessage& message) {
-    LUM_TRY(connector->sendToBase(message.bytes()));
-    return nullptr;
-}
-
 int32_t CParamInterfaceClient::makeId(int32_t& counter) const {
     return connector->getClientId() << 16 | (++counter & 0xffff);
 }
@@ -59,27 +40,27 @@ CErrorResult CParamInterfaceClient::listenParam(int32_t& id, const CString& para
                                                 CParamInterfaceParamListener& listener) {
     id = makeId(paramCounter);
     paramListeners[id] = &listener;
-    LUM_TRY(send(CParamMessage("listen-param").add(paramName).add(id)));
+    CErrorResult failure = send("listen-param", paramName, id);
+    if (failure) paramListeners.erase(id);
+    LUM_TRY(std::move(failure));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::unlistenParam(int32_t id) {
     paramListeners.erase(id);
-    LUM_TRY(send(CParamMessage("unlisten-param").add(id)));
+    LUM_TRY(send("unlisten-param", id));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::changeParam(int32_t id, int32_t undoId,
                                                 const CAudioParamChange& change) {
-    LUM_TRY(send(CParamMessage("change-param").add(id).add(undoId).addObject(change)));
+    LUM_TRY(send("change-param", id, undoId, change));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::resetParam(int32_t id, int group, int element, int32_t undoId,
                                                bool isSingleSource) {
-    CParamMessage message("reset-param");
-    message.add(id).add(group).add(element).add(undoId).add(isSingleSource);
-    LUM_TRY(send(message));
+    LUM_TRY(send("reset-param", id, group, element, undoId, isSingleSource));
     return nullptr;
 }
 
@@ -87,28 +68,29 @@ CErrorResult CParamInterfaceClient::onUpdateParamInfo() {
     int32_t id = 0;
     int32_t hasInfo = 0;
     int32_t hasChange = 0;
-    LUM_TRY(readArgument(id));
-    LUM_TRY(readArgument(hasInfo));
+    LUM_TRY(read(id, hasInfo));
     CAudioParamInfo info;
     if (hasInfo) LUM_TRY(info.load(*input));
-    LUM_TRY(readArgument(hasChange));
+    LUM_TRY(read(hasChange));
     CAudioParamChange change;
     if (hasChange) LUM_TRY(change.load(*input));
     const auto found = paramListeners.find(id);
-    if (found == paramListeners.end()) return nullptr;
-    found->second->onInfo(hasInfo ? &info : nullptr);
-    if (hasChange) found->second->onChange(change);
+    if (found != paramListeners.end()) found->second->onInfo(hasInfo ? &info : nullptr);
+    if (hasChange) tellChange(id, change); // the listener may have left on the info
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::onUpdateParam() {
     int32_t id = 0;
     CAudioParamChange change;
-    LUM_TRY(readArgument(id));
-    LUM_TRY(change.load(*input));
+    LUM_TRY(read(id, change));
+    tellChange(id, change);
+    return nullptr;
+}
+
+void CParamInterfaceClient::tellChange(int32_t id, const CAudioParamChange& change) {
     const auto found = paramListeners.find(id);
     if (found != paramListeners.end()) found->second->onChange(change);
-    return nullptr;
 }
 
 // Undo
@@ -116,35 +98,33 @@ CErrorResult CParamInterfaceClient::onUpdateParam() {
 CErrorResult CParamInterfaceClient::createUndoData(int32_t& undoId, const CString& name,
                                                    bool isMergeable, int32_t mergeKey) {
     undoId = makeId(undoCounter);
-    CParamMessage message("create-undo-data");
-    message.add(undoId).add(name).add(isMergeable).add(mergeKey);
-    LUM_TRY(send(message));
+    LUM_TRY(send("create-undo-data", undoId, name, isMergeable, mergeKey));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::removeUndoData(int32_t undoId) {
-    LUM_TRY(send(CParamMessage("remove-undo-data").add(undoId)));
+    LUM_TRY(send("remove-undo-data", undoId));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::submitUndoData(int32_t undoId, const CString& name) {
-    LUM_TRY(send(CParamMessage("submit-undo-data").add(undoId).add(name)));
+    LUM_TRY(send("submit-undo-data", undoId, name));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::requestUndoHistory() {
-    LUM_TRY(send(CParamMessage("request-undo-history").add(connector->getClientId())));
+    LUM_TRY(send("request-undo-history", connector->getClientId()));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::setUndoHistoryPos(int position) {
-    LUM_TRY(send(CParamMessage("set-undo-history-pos").add(position)));
+    LUM_TRY(send("set-undo-history-pos", position));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::onUpdateUndoHistory() {
     int32_t position = 0;
-    LUM_TRY(readArgument(position));
+    LUM_TRY(read(position));
     LUM_TRY(readNames(historyNames));
     historyPosition = position;
     LUM_TRY(fireEvent("undo-history-changed", false));
@@ -153,7 +133,7 @@ CErrorResult CParamInterfaceClient::onUpdateUndoHistory() {
 
 CErrorResult CParamInterfaceClient::readNames(CVector<CString>& out) {
     uint32_t count = 0;
-    LUM_TRY(readArgument(count));
+    LUM_TRY(read(count));
     out.clear();
     for (uint32_t i = 0; i < count; i++) LUM_TRY(input->readString(out.emplace_back()));
     return nullptr;
@@ -165,67 +145,67 @@ CErrorResult CParamInterfaceClient::listenRegistry(int32_t& id, const CString& r
                                                    CParamInterfaceRegistryListener& listener) {
     id = makeId(registryCounter);
     registryListeners[id] = &listener;
-    LUM_TRY(send(CParamMessage("listen-registry").add(registryName).add(id)));
+    CErrorResult failure = send("listen-registry", registryName, id);
+    if (failure) registryListeners.erase(id);
+    LUM_TRY(std::move(failure));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::unlistenRegistry(int32_t id) {
     registryListeners.erase(id);
-    LUM_TRY(send(CParamMessage("unlisten-registry").add(id)));
+    LUM_TRY(send("unlisten-registry", id));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::setCurrentProgram(int32_t id, int index) {
-    LUM_TRY(send(CParamMessage("set-current-program").add(id).add(index)));
+    LUM_TRY(send("set-current-program", id, index));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::renamePreset(int32_t id, int index, const CString& name) {
-    LUM_TRY(send(CParamMessage("rename-preset").add(id).add(index).add(name)));
+    LUM_TRY(send("rename-preset", id, index, name));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::activateFactoryPreset(int32_t id, int index) {
-    LUM_TRY(send(CParamMessage("activate-factory-preset").add(id).add(index)));
+    LUM_TRY(send("activate-factory-preset", id, index));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::activatePreset(int32_t id, int group,
                                                    const CAudioPreset& preset) {
-    LUM_TRY(send(CParamMessage("activate-preset").add(id).add(group).addObject(preset)));
+    LUM_TRY(send("activate-preset", id, group, preset));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::requestPreset(int32_t id, int32_t requestId, bool isRom,
                                                   int index, int group) {
-    CParamMessage message("request-preset");
-    message.add(id).add(requestId).add(isRom).add(index).add(group);
-    LUM_TRY(send(message));
+    LUM_TRY(send("request-preset", id, requestId, isRom, index, group));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::requestBank(int32_t id, int32_t requestId, bool isRom) {
-    LUM_TRY(send(CParamMessage("request-bank").add(id).add(requestId).add(isRom)));
+    LUM_TRY(send("request-bank", id, requestId, isRom));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::setDefaultPreset(int32_t id, const CAudioPreset& preset) {
-    LUM_TRY(send(CParamMessage("set-default-preset").add(id).addObject(preset)));
+    LUM_TRY(send("set-default-preset", id, preset));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::activateDefaultPreset(int32_t id) {
-    LUM_TRY(send(CParamMessage("activate-default-preset").add(id)));
+    LUM_TRY(send("activate-default-preset", id));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::exchangeShadowPreset(int32_t id) {
-    LUM_TRY(send(CParamMessage("exchange-shadow-preset").add(id)));
+    LUM_TRY(send("exchange-shadow-preset", id));
     return nullptr;
 }
 
 CErrorResult CParamInterfaceClient::updateShadowPreset(int32_t id) {
-    LUM_TRY(send(CParamMessage("update-shadow-preset").add(id)));
+    LUM_TRY(send("update-shadow-preset", id));
     return nullptr;
 }
 
@@ -235,10 +215,7 @@ CErrorResult CParamInterfaceClient::onUpdateRegistry() {
     CString registryId;
     int32_t current = -1;
     CVector<CString> names;
-    LUM_TRY(readArgument(id));
-    LUM_TRY(readArgument(isRom));
-    LUM_TRY(input->readString(registryId));
-    LUM_TRY(readArgument(current));
+    LUM_TRY(read(id, isRom, registryId, current));
     LUM_TRY(readNames(names));
     const auto found = registryListeners.find(id);
     if (found != registryListeners.end())
@@ -250,9 +227,7 @@ CErrorResult CParamInterfaceClient::onRegistryData() {
     int32_t id = 0;
     int32_t requestId = 0;
     int32_t isPreset = 0;
-    LUM_TRY(readArgument(id));
-    LUM_TRY(readArgument(requestId));
-    LUM_TRY(readArgument(isPreset));
+    LUM_TRY(read(id, requestId, isPreset));
     CAudioPreset preset;
     CAudioPresetBank bank;
     if (isPreset)

@@ -3,7 +3,6 @@
 #include "Audio/CAudioParamInfo.h"
 #include "Audio/CAudioPreset.h"
 #include "Audio/CParamMessage.h"
-#include "Other/CParamInterfaceConnector.h"
 
 namespace lum {
 
@@ -27,14 +26,14 @@ public:
 
 /// A client's side of the parameter interface: the engine's operations as functions, and listeners
 /// for what it answers. Interface thread. Ids are the client id in the upper 16 bits and a counter.
-class CParamInterfaceClient : public CObject, public CParamMessageReceiver {
+class CParamInterfaceClient : public CObject, public CParamMessageReader {
 public:
     static constexpr int32_t kNoUndo = -1;
 
+    CParamInterfaceClient() : CParamMessageReader(static_cast<CObject&>(*this)) {}
     static void fillClass(CClassInfo& info);
     CErrorResult init() override;
     void prepareDestroy() override;
-    CErrorResult receiveMessage(const CByteBuffer& message) override;
     CParamInterfaceClientConnector* getConnector() const { return connector; }
 
     // Listening; the result is the id for the operations below.
@@ -79,21 +78,22 @@ public:
     CErrorResult onRegistryData();
 
 protected:
-    CErrorResult send(const CParamMessage& message);
-    template <class T>
-    CErrorResult readArgument(T& out) {
-        LUM_TRY(input->readValue(out));
-        return nullptr;
+    CErrorResult send(const CParamMessage& message) {
+        return connector->sendToBase(message.bytes());
     }
-    /// Reads a count and that many texts.
-    CErrorResult readNames(CVector<CString>& out);
-    CInputStream* input = nullptr; // of the message being run
-
-private:
+    template <class... T>
+    CErrorResult send(const char* event, const T&... arguments) {
+        CParamMessage message(event);
+        (message.add(arguments), ...);
+        return send(message);
+    }
     int32_t makeId(int32_t& counter) const;
 
+private:
+    CErrorResult readNames(CVector<CString>& out);
+    void tellChange(int32_t id, const CAudioParamChange& change);
+
     CParamInterfaceClientConnector* connector = nullptr;
-    platform::CLock clientLock;
     CMap<int32_t, CParamInterfaceParamListener*> paramListeners;
     CMap<int32_t, CParamInterfaceRegistryListener*> registryListeners;
     int32_t paramCounter = 0;

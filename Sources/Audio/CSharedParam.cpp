@@ -6,7 +6,8 @@ namespace lum {
 
 CSharedParam::CSharedParam(CAudioParamCollector& owner, const CString& paramName,
                            CAppData& dataStore_, const CString& recordName_)
-    : param(owner.getParam(paramName)),
+    : collector(owner),
+      param(owner.getParam(paramName)),
       dataStore(dataStore_),
       recordName(recordName_),
       storeListener(*this) {
@@ -22,6 +23,7 @@ CSharedParam::CSharedParam(CAudioParamCollector& owner, const CString& paramName
 CSharedParam::~CSharedParam() {
     storeListener.detach();
     CUpdateListener::attach(nullptr, nullptr);
+    collector.cancelDeferredCalls(*this);
 }
 
 CString CSharedParam::makeDefaultText() const {
@@ -81,28 +83,39 @@ void CSharedParam::onUpdate(const CUpdateRecord* record) {
         defaultText = makeDefaultText();
         load();
     } else {
-        store(param.getValues());
+        if (!isStoreDue.exchange(true)) collector.deferCall(*this, 0, 0.0);
     }
 }
 
-void CSharedParam::store(const CAudioParamStorage& values) {
+/// Calls run one at a time, so the record ends with the value that the parameter has.
+void CSharedParam::onDeferredCall(int32_t, double) {
+    isStoreDue = false;
+    store();
+}
+
+void CSharedParam::store() {
     const CAudioParamInfo* info = param.getInfo();
-    if (!info || values.getElementCount(0) == 0) return;
-    switch (values.getFormat().dataType) {
-    case ParamDataType::Float:
-        if (info->converter())
-            dataStore.setString(recordName,
-                                info->converter()->formatValue(*info, 0, values.read(0, 0), nullptr,
-                                                               FormatMode::Normal),
-                                this);
-        break;
-    case ParamDataType::String:
-        dataStore.setString(recordName, values.readString(0, 0), this);
-        break;
-    case ParamDataType::Raw:
-        dataStore.write(recordName, values.readRaw(0, 0), this, kDataBlock);
-        break;
+    if (!info) return;
+    CByteBuffer bytes;
+    CString text;
+    {
+        CAudioParamGuard guard(param);
+        const CAudioParamStorage& values = param.getValues();
+        if (values.getElementCount(0) == 0) return;
+        if (info->format.dataType == ParamDataType::Raw)
+            bytes = values.readRaw(0, 0);
+        else if (info->format.dataType == ParamDataType::String)
+            text = values.readString(0, 0);
+        else if (info->converter())
+            text = info->converter()->formatValue(*info, 0, values.read(0, 0), nullptr,
+                                                  FormatMode::Normal);
+        else
+            return;
     }
+    if (info->format.dataType == ParamDataType::Raw)
+        dataStore.write(recordName, bytes, this, kDataBlock);
+    else
+        dataStore.setString(recordName, text, this);
 }
 
 } // namespace lum

@@ -38,11 +38,11 @@ CErrorResult CAtomicFileWriter::open(const CString& path) {
 }
 
 int CAtomicFileWriter::openBeside(const std::string& path) {
-    // A folder could only be noticed when it is too late to tell in the usual words.
-    if (platform::isFolder(path)) return EISDIR;
-    int code = 0;
+    // What cannot be replaced would only be noticed when it is too late to tell in the usual words.
+    int code = platform::findReplaced(path, targetPath);
+    if (code != 0) return code;
     for (int i = 0; i < kNameTries; i++) {
-        std::string beside = besideName(path);
+        std::string beside = besideName(targetPath);
         code = platform::openFile(beside, platform::FileMode::CreateNew, handle);
         if (code == 0) temporaryPath = std::move(beside);
         if (code != EEXIST) break;
@@ -53,8 +53,7 @@ int CAtomicFileWriter::openBeside(const std::string& path) {
 
 CErrorResult CAtomicFileWriter::commit() {
     if (temporaryPath.empty()) return {};
-    const std::string target = fileName.toUtf8();
-    if (CErrorResult failure = closeAndRename(target)) {
+    if (CErrorResult failure = closeAndRename()) {
         cancel();
         return addError(std::move(failure), __FILE__, __LINE__, traceName());
     }
@@ -62,14 +61,14 @@ CErrorResult CAtomicFileWriter::commit() {
     return {};
 }
 
-CErrorResult CAtomicFileWriter::closeAndRename(const std::string& target) {
+CErrorResult CAtomicFileWriter::closeAndRename() {
     LUM_TRY(flush());
     LUM_TRY(close());
-    const int code = platform::renameFile(temporaryPath, target);
+    const int code = platform::renameFile(temporaryPath, targetPath);
     if (code != 0)
         return LUM_FAIL("@lumstr_CAtomicFileWriter_commit_RenameError "
                         "Unable to replace file '%1' (error %2).",
-                        CString::fromUtf8(target), code);
+                        CString::fromUtf8(targetPath), code);
     return {};
 }
 

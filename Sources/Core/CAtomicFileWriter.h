@@ -10,7 +10,8 @@ namespace lum {
 /// brings them to the disk and puts them in the place of the old file in one step. Without a
 /// `commit`, or when it fails, the old file stays as it was and the new one is removed. A process
 /// killed on the way leaves the old or the new file whole, and perhaps a hidden ".<digits>.tmp"
-/// beside it. Of two writers at once the later commit stays.
+/// beside it. Of two writers at once the later commit stays. Behind a link the linked file is
+/// replaced; what is no file, as a folder or a device, is refused.
 /// Messages name the file, not the one beside it. One user at a time; not for the audio thread.
 class CAtomicFileWriter : public CFileWriter {
 public:
@@ -24,8 +25,9 @@ public:
 
 private:
     int openBeside(const std::string& path); // 0 or the system's error code
-    CErrorResult closeAndRename(const std::string& target);
+    CErrorResult closeAndRename();
 
+    std::string targetPath;
     std::string temporaryPath; // empty when closed
 };
 

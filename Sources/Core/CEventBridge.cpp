@@ -1,6 +1,7 @@
 #include "Core/CEventBridge.h"
 
 #include "Core/CSystem.h"
+#include "Core/CWorkerThreadPool.h"
 #include "Platform/Lock.h"
 #include "Platform/Thread.h"
 
@@ -27,19 +28,25 @@ CUIEventBridge::~CUIEventBridge() {
         liveBridges.erase(this);
     }
     queue->detach(address);
+    CPersistentThread::releaseIdle();
 }
 
 CErrorResult CUIEventBridge::postEvent(const CAttrMap& arguments) {
     CAttrMap copy(arguments);
     intptr_t number = 0;
+    // From when the lock is open the bridge may go, so what is needed of it is taken along.
+    std::shared_ptr<platform::CMessageQueue> target;
+    uint64_t receiver = 0;
     {
         platform::CSpinGuard guard(bridgesLock);
         if (!liveBridges.count(this)) return nullptr;
         number = nextMessage++;
         underway.emplace(number, std::move(copy));
+        target = queue;
+        receiver = address;
     }
-    CErrorResult error = system::sendEvent(*queue, address, kBridgedEventMessage, number);
-    if (error) takeUnderway(number, copy);
+    CErrorResult error = system::sendEvent(*target, receiver, kBridgedEventMessage, number);
+    if (error && !takeUnderway(number, copy)) return nullptr; // the bridge has gone
     LUM_TRY(std::move(error));
     return nullptr;
 }

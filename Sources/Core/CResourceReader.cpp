@@ -36,8 +36,9 @@ CErrorResult CResourceReader::open(const CString& name) {
         return nullptr;
     }
     auto file = std::make_unique<CFileReader>();
-    LUM_TRY(file->open(name));
-    reader = std::move(file);
+    CFileReader* opened = file.get();
+    reader = std::move(file); // also when it does not open: reads then fail in words
+    LUM_TRY(opened->open(name));
     return nullptr;
 }
 
@@ -45,22 +46,28 @@ const void* CResourceReader::getMemoryPointer() {
     return reader->getMemoryPointer();
 }
 CErrorResult CResourceReader::skip(int64_t count) {
-    return reader->skip(count);
+    LUM_TRY(reader->skip(count));
+    return nullptr;
 }
 CErrorResult CResourceReader::read(void* buffer, int64_t count) {
-    return reader->read(buffer, count);
+    LUM_TRY(reader->read(buffer, count));
+    return nullptr;
 }
 CErrorResult CResourceReader::readStreamed(void* buffer, int64_t& count) {
-    return reader->readStreamed(buffer, count);
+    LUM_TRY(reader->readStreamed(buffer, count));
+    return nullptr;
 }
 CErrorResult CResourceReader::getPosition(uint64_t& out) {
-    return reader->getPosition(out);
+    LUM_TRY(reader->getPosition(out));
+    return nullptr;
 }
 CErrorResult CResourceReader::setPosition(uint64_t position) {
-    return reader->setPosition(position);
+    LUM_TRY(reader->setPosition(position));
+    return nullptr;
 }
 CErrorResult CResourceReader::getSize(uint64_t& out) {
-    return reader->getSize(out);
+    LUM_TRY(reader->getSize(out));
+    return nullptr;
 }
 
 } // namespace lum

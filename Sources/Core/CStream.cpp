@@ -21,9 +21,10 @@ constexpr uint32_t kFirstSurrogate = 0xD800;
 constexpr uint32_t kLastSurrogate = 0xDFFF;
 
 /// Bytes that a block may unpack to beyond the packed bytes at hand. Sizes in a header are not
-/// protected against forging, and a few kilobytes of a packed constant unpack to any size; the
-/// largest block of the system, a palette list, has 150 KB.
-constexpr int64_t kUnpackAllowance = 24 * 1024 * 1024;
+/// protected against forging, and a few kilobytes of a packed constant unpack to any size. Readers
+/// hold the content in several forms at once, so this is a small part of the 64 MiB that all of
+/// them may take; the largest block of the system, a palette list, has 150 KB.
+constexpr int64_t kUnpackAllowance = 8 * 1024 * 1024;
 
 uint32_t adlerOf(const void* bytes, size_t count) {
     return static_cast<uint32_t>(adler32(adler32(0, nullptr, 0), static_cast<const Bytef*>(bytes),
@@ -183,7 +184,9 @@ CErrorResult CInputStream::readCompressedData(CByteBuffer& out, uint32_t expecte
     CInputZipStream zip;
     LUM_TRY(zip.open(*this));
     LUM_TRY(zip.read(out.data(), size));
-    return zip.close();
+    LUM_TRY(zip.finish(kUnpackAllowance));
+    LUM_TRY(zip.close());
+    return {};
 }
 
 CErrorResult CInputStream::readCompressedDataLZ4(CByteBuffer& out, uint32_t expectedId) {

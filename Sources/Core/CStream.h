@@ -50,9 +50,9 @@ public:
     /// A 32-bit length of at most kLongestStreamString and UTF-8 text; any other bytes give some
     /// text.
     CErrorResult readString(CString& out);
-    /// Replaces `out` by the content of a compressed block. A block that declares more than the
-    /// bytes left and 24 MiB is refused before memory is taken. The zlib form is the last thing
-    /// that can be read from its source. On failure `out` is undefined.
+    /// Replaces `out` by a compressed block's content, undefined on failure. A block that declares
+    /// more than the bytes left and 8 MiB is refused before memory is taken. The zlib form is read
+    /// and checked to its end, drops what goes beyond its size, and is the last thing of a source.
     CErrorResult readCompressedData(CByteBuffer& out, uint32_t expectedId);
     CErrorResult readCompressedDataLZ4(CByteBuffer& out, uint32_t expectedId);
 

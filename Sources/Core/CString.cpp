@@ -11,8 +11,11 @@ namespace {
 
 constexpr char16_t kLargestNarrow = 255;
 
-bool isSurrogate(char32_t unit) {
-    return unit >= 0xD800 && unit <= 0xDFFF;
+bool isHighSurrogate(char32_t unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
+}
+bool isLowSurrogate(char32_t unit) {
+    return unit >= 0xDC00 && unit <= 0xDFFF;
 }
 bool isBlank(char16_t unit) {
     return unit == 9 || unit == 10 || unit == 13 || unit == 32;
@@ -67,18 +70,12 @@ bool decodeUtf8(std::string_view bytes, size_t& position, char32_t& out) {
     return true;
 }
 
-void encodeUtf8(std::string& out, char16_t unit) {
-    const auto put = [&out](unsigned value) { out.push_back(static_cast<char>(value)); };
-    if (unit < 0x80) {
-        put(unit);
-    } else if (unit < 0x800) {
-        put(0xC0U | (unit >> 6));
-        put(0x80U | (unit & 0x3FU));
-    } else if (!isSurrogate(unit)) {
-        put(0xE0U | (unit >> 12));
-        put(0x80U | ((unit >> 6) & 0x3FU));
-        put(0x80U | (unit & 0x3FU));
-    }
+void encodeUtf8(std::string& out, char32_t code) {
+    const int more = code < 0x80 ? 0 : code < 0x800 ? 1 : code < 0x10000 ? 2 : 3;
+    constexpr char32_t kLeads[] = {0, 0xC0, 0xE0, 0xF0};
+    out.push_back(static_cast<char>(kLeads[more] | code >> (6 * more)));
+    for (int i = more - 1; i >= 0; i--)
+        out.push_back(static_cast<char>(0x80U | (code >> (6 * i) & 0x3FU)));
 }
 
 size_t wideLength(const char16_t* text) {
@@ -172,7 +169,14 @@ CString CString::fromUtf8(std::string_view bytes) {
 std::string CString::toUtf8() const {
     std::string out;
     out.reserve(count);
-    for (size_t i = 0; i < count; i++) encodeUtf8(out, at(i));
+    for (size_t i = 0; i < count; i++) {
+        char32_t code = at(i);
+        if (isHighSurrogate(code) && isLowSurrogate(at(i + 1)))
+            code = 0x10000 + ((code - 0xD800) << 10) + (at(++i) - 0xDC00U);
+        else if (isHighSurrogate(code) || isLowSurrogate(code))
+            continue;
+        encodeUtf8(out, code);
+    }
     return out;
 }
 

@@ -30,7 +30,7 @@ public:
     CString& operator=(const char16_t* text); // widens
 
     static CString fromUtf8(std::string_view bytes);
-    /// UTF-8 form; units 0xD800 to 0xDFFF are dropped.
+    /// UTF-8 form; a half of a surrogate pair is dropped.
     std::string toUtf8() const;
     static CString fromInt(int64_t value);
 

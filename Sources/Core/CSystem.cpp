@@ -4,6 +4,9 @@
 #include "Platform/File.h"
 #include "Platform/MessageQueue.h"
 
+#include <atomic>
+#include <cstdlib>
+
 namespace lum::system {
 
 namespace {
@@ -29,6 +32,8 @@ CModule& module() {
     return known;
 }
 
+std::atomic<bool> focusOnClick{true};
+
 CString detailsOf(const CErrorResult& error) {
     if (!error) return kNoDetails;
     CString details;
@@ -49,6 +54,14 @@ double secondsSinceLoad() {
     return platform::clockSeconds() - module().startSeconds;
 }
 
+void setFocusOnClick(bool takesFocus) {
+    focusOnClick.store(takesFocus, std::memory_order_relaxed);
+}
+
+bool isFocusOnClick() {
+    return focusOnClick.load(std::memory_order_relaxed);
+}
+
 CString getModulePath() {
     return CString::fromUtf8(module().path);
 }
@@ -63,6 +76,14 @@ CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_
     if (const int code = queue.post(address, message, value))
         return LUM_FAIL("@lumstr_CSystem_sendEvent_PostMessage Post message error %1.", code);
     return nullptr;
+}
+
+bool hasMemory(size_t bytes) noexcept {
+    auto* memory = static_cast<volatile char*>(std::malloc(bytes));
+    if (!memory) return false;
+    *memory = 0; // keeps the compiler from taking the request out
+    std::free(const_cast<char*>(memory));
+    return true;
 }
 
 void showError(CErrorResult error) {

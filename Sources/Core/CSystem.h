@@ -19,9 +19,19 @@ double secondsSinceLoad();
 CString getModulePath();
 CString getModuleDirectory();
 
+/// Whether a click into an editor's window takes the keyboard focus; true unless the host is one
+/// that wants to keep it. Set by each instance that is made, for the process. Any thread.
+void setFocusOnClick(bool takesFocus);
+bool isFocusOnClick();
+
 /// Posts a message with a value to a receiver of a queue. Any thread. Error: the post's error code.
 CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_t message,
                        intptr_t value);
+
+/// Whether the system would give so many bytes at this moment. The pool ends the process when it is
+/// refused memory, so a large beginning asks here, where there still is a way back. Nothing is
+/// kept. Any thread but the audio thread.
+[[nodiscard]] bool hasMemory(size_t bytes) noexcept;
 
 /// The last resort: prints the error to the log and reports it to the user with the fixed text.
 /// Both texts go to standard error. It opens no window and waits for nobody, so that a host that

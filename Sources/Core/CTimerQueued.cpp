@@ -23,6 +23,7 @@ constexpr CEventRow<CTimerQueued> kEvents[] = {
 constexpr double kSlowestFps = 0.001;
 constexpr double kFastestFps = 1000.0;
 constexpr double kShortestInterval = 0.001; // seconds
+constexpr double kLongestPeriod = 4e9;      // milliseconds, what 32 bits hold
 constexpr double kTickPatience = 2.0;       // seconds after which an outstanding tick is given up
 
 /// The timer queue of the process, with the number of timer objects that hold it.
@@ -124,7 +125,8 @@ CErrorResult CTimerQueued::setRate(double seconds) {
 CErrorResult CTimerQueued::initTimer() {
     stopTimer();
     if (!(interval > 0.0)) return nullptr;
-    const auto periodMs = static_cast<uint32_t>(std::lround(interval * 1000.0));
+    const double rounded = std::min(std::round(interval * 1000.0), kLongestPeriod);
+    const auto periodMs = static_cast<uint32_t>(rounded);
     return highPrecision ? startQueueTimer(periodMs) : startThreadTimer(periodMs);
 }
 

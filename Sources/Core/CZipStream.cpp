@@ -43,6 +43,7 @@ CErrorResult CInputZipStream::open(CInputStream& newSource) {
         return LUM_FAIL("@lumstr_CInputZipStream_open_inflateInit zlib inflateInit error %1 (%2).",
                         code, zipMessage());
     source = &newSource;
+    isEnded = false;
     return {};
 }
 
@@ -64,24 +65,42 @@ CErrorResult CInputZipStream::read(void* out, int64_t count) {
         const int64_t step = std::min(count, kLargestStep);
         zip.next_out = at;
         zip.avail_out = static_cast<uInt>(step);
-        LUM_TRY(inflateStep());
+        LUM_TRY(fill());
         at += step;
         count -= step;
     }
     return {};
 }
 
-CErrorResult CInputZipStream::inflateStep() {
+CErrorResult CInputZipStream::fill() {
     while (zip.avail_out > 0) {
-        if (zip.avail_in == 0) LUM_TRY(refill());
-        const int code = inflate(&zip, Z_SYNC_FLUSH);
-        if (code == Z_OK) continue;
-        if (code != Z_STREAM_END)
-            return LUM_FAIL("@lumstr_CInputZipStream_read_inflate zlib inflate error %1 (%2).",
-                            code, zipMessage());
-        if (zip.avail_out > 0) return endOfFile();
+        if (isEnded) return endOfFile();
+        LUM_TRY(inflateStep());
     }
     return {};
+}
+
+CErrorResult CInputZipStream::finish(int64_t most) {
+    uint8_t dropped[4096];
+    for (int64_t left = most; !isEnded; left -= static_cast<int64_t>(sizeof dropped)) {
+        if (left <= 0)
+            return LUM_FAIL("@lumstr_CInputZipStream_finish_TooLong "
+                            "More than %1 bytes behind the end of the compressed data.",
+                            most);
+        zip.next_out = dropped;
+        zip.avail_out = sizeof dropped;
+        while (zip.avail_out > 0 && !isEnded) LUM_TRY(inflateStep());
+    }
+    return {};
+}
+
+CErrorResult CInputZipStream::inflateStep() {
+    if (zip.avail_in == 0) LUM_TRY(refill());
+    const int code = inflate(&zip, Z_SYNC_FLUSH);
+    isEnded = code == Z_STREAM_END;
+    if (code == Z_OK || isEnded) return {};
+    return LUM_FAIL("@lumstr_CInputZipStream_read_inflate zlib inflate error %1 (%2).", code,
+                    zipMessage());
 }
 
 CErrorResult CInputZipStream::refill() {

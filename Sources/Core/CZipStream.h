@@ -23,13 +23,18 @@ public:
     CErrorResult open(CInputStream& source); // not owned; closes first
     CErrorResult close();
     CErrorResult read(void* buffer, int64_t count) override;
+    /// Reads what is left of the data and drops it, up to the check of all the data at its end.
+    /// Error: the check fails or is cut off, or more than `most` bytes are left.
+    CErrorResult finish(int64_t most);
 
 private:
     CErrorResult inflateStep();
+    CErrorResult fill();
     CErrorResult refill();
     CErrorResult endOfFile();
 
     CInputStream* source = nullptr;
+    bool isEnded = false; // the end of the data has been read and checked
     uint8_t buffer[kBufferBytes];
 };
 

@@ -7,8 +7,8 @@ namespace lum {
 
 namespace {
 
-constexpr uint64_t kLargestFile = 8 * 1024 * 1024; // bytes
-constexpr size_t kLargestTable = 20 * 1024 * 1024; // bytes; a cell of one comma takes dozens
+constexpr int64_t kLargestFile = 8 * 1024 * 1024;  // bytes
+constexpr size_t kLargestTable = 16 * 1024 * 1024; // bytes; a cell of one comma takes dozens
 
 /// Where the walk through a line stands with double quotes.
 struct CQuoteState {
@@ -27,6 +27,33 @@ struct CQuoteState {
     }
 };
 
+/// The bytes of a file, counted as they come: a pipe tells no size, and a file may grow.
+class CTableSource : public CInputStream {
+public:
+    explicit CTableSource(CFileReader& tableFile) : file(tableFile) {}
+    CErrorResult read(void* buffer, int64_t count) override {
+        LUM_TRY(file.read(buffer, count));
+        return takeIn(count);
+    }
+    CErrorResult readStreamed(void* buffer, int64_t& count) override {
+        LUM_TRY(file.readStreamed(buffer, count));
+        return takeIn(count);
+    }
+
+private:
+    CErrorResult takeIn(int64_t count) {
+        total += count;
+        if (total > kLargestFile)
+            return LUM_FAIL("@lumstr_CCSVTable_load_FileTooLarge "
+                            "File '%1' too large for a table (more than %2 bytes).",
+                            file.getFileName(), kLargestFile);
+        return {};
+    }
+
+    CFileReader& file;
+    int64_t total = 0;
+};
+
 } // namespace
 
 CErrorResult CCSVTable::load(const CString& path) {
@@ -42,13 +69,8 @@ CErrorResult CCSVTable::load(const CString& path) {
 CErrorResult CCSVTable::loadRows(const CString& path) {
     CFileReader file;
     LUM_TRY(file.open(path));
-    uint64_t size = 0;
-    LUM_TRY(file.getSize(size));
-    if (size > kLargestFile)
-        return LUM_FAIL("@lumstr_CCSVTable_load_FileTooLarge "
-                        "File '%1' too large for a table (%2 bytes).",
-                        file.getFileName(), size);
-    CTextReaderLine reader(file);
+    CTableSource source(file);
+    CTextReaderLine reader(source);
     CString line;
     for (;;) {
         char16_t terminator = kStreamEnd;

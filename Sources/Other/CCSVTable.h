@@ -10,7 +10,7 @@ namespace lum {
 class CCSVTable {
 public:
     /// Replaces the table by a file's content. What follows the last line feed is dropped. A file
-    /// of more than 8 MiB or more cells than 20 MiB hold is refused. On failure the table is empty.
+    /// of more than 8 MiB or more cells than 16 MiB hold is refused. On failure the table is empty.
     CErrorResult load(const CString& path);
     int getRowCount() const { return rows.ssize(); }
     /// Text of a cell, `defaultText` where there is no such row or column.

@@ -99,9 +99,9 @@ CErrorResult CParamInterfaceClientConnectorUni::initDone() {
 }
 
 void CParamInterfaceClientConnectorUni::prepareDestroy() {
-    CParamInterfaceClientConnector::prepareDestroy();
     if (baseConnector) baseConnector->unregisterClient(clientId);
     baseConnector = nullptr;
+    CParamInterfaceClientConnector::prepareDestroy();
 }
 
 CErrorResult CParamInterfaceClientConnectorUni::attrFps(const CAttrEntry& value) {

@@ -31,6 +31,9 @@ int sizeOfFile(int handle, uint64_t& size) noexcept;
 /// Brings what was written to the disk.
 int flushFile(int handle) noexcept;
 
+/// The file whose place a new one for `path` takes: behind links, so that a link stays one. Fails
+/// for what is no file, such as a folder or a device.
+int findReplaced(const std::string& path, std::string& file) noexcept;
 int renameFile(const std::string& from, const std::string& to) noexcept; // replaces `to` whole
 int removeFile(const std::string& path) noexcept;
 bool isFolder(const std::string& path) noexcept;

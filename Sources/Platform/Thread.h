@@ -8,7 +8,8 @@ namespace lum::platform {
 /// A number that tells threads apart; never 0. No system call after a thread's first use.
 uint64_t currentThreadId() noexcept;
 
-/// A system thread with default stack and attributes, all signals blocked (they are the host's).
+/// A system thread with default stack and attributes. Signals but those of its own faults are
+/// blocked: they are the host's.
 class CNativeThread {
 public:
     using Entry = void (*)(void* argument);

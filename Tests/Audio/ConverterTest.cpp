@@ -178,26 +178,20 @@ TEST_F(Converter, positionsGoThereAndBack) {
 
 TEST_F(Converter, wrongAttributesFailTheLoad) {
     const struct {
-        const char* tag;
-        CTextAttrs texts;
-        const char* message;
+        const char *tag, *attribute, *text, *message;
     } cases[] = {
-        {"audio:cvt-freq",
-         {{"scale-power", "0"}},
-         "Invalid 'scale-power' attribute value 0 specified."},
-        {"audio:cvt-gain",
-         {{"scale-threshold", "1.5"}},
-         "Invalid 'scale-threshold' attribute value 1.5 specified."},
-        {"audio:cvt-gain",
-         {{"decimals", "11"}},
-         "Invalid 'decimals' attribute value 11 specified."},
-        {"audio:cvt-real", {{"decimals", "11"}}, "Invalid decimals 11 specified."},
-        {"audio:cvt-time", {}, "Invalid scale 0 specified."},
-    };
+        {"freq", "scale-power", "0", "Invalid 'scale-power' attribute value 0 specified."},
+        {"gain", "scale-threshold", "2", "Invalid 'scale-threshold' attribute value 2 specified."},
+        {"gain", "decimals", "11", "Invalid 'decimals' attribute value 11 specified."},
+        {"real", "decimals", "11", "Invalid decimals 11 specified."},
+        {"time", "none", "", "Invalid scale 0 specified."}};
     for (const auto& c : cases) {
         CAudioParamConverter* converter = nullptr;
-        EXPECT_EQ(create(*CObject::sharedRoot(), converter, c.tag, "bad", c.texts).line(0),
-                  c.message);
+        const std::string tag = std::string("audio:cvt-") + c.tag;
+        EXPECT_EQ(
+            create(*CObject::sharedRoot(), converter, tag.c_str(), "bad", {{c.attribute, c.text}})
+                .line(0),
+            c.message);
     }
 }
 

@@ -87,14 +87,5 @@ TEST_F(DefaultRouting, aPresetAdaptsOnlyOnceTheHostHasAsked) {
     EXPECT_EQ(wrapper->value("io-params.in-routing", 2), 3.0);
 }
 
-TEST_F(DefaultRouting, labelsAreImportedOnRequest) {
-    wrapper->importChannelLabels();
-    EXPECT_EQ(wrapper->text("io-params.in-channel-names", 0), "L");
-    wrapper->inputLabels = {"Ls", "Rs"};
-    wrapper->importChannelLabels();
-    EXPECT_EQ(wrapper->text("io-params.in-channel-names", 1), "Rs");
-    EXPECT_EQ(wrapper->text("io-params.in-channel-names", 2), "IN3");
-}
-
 } // namespace
 } // namespace lum::test

@@ -5,6 +5,7 @@
 #include "Core/TempFolder.h"
 
 #include <cmath>
+#include <thread>
 
 using namespace lum;
 
@@ -129,28 +130,6 @@ TEST_F(ParamFilter, derivedValuesGoWithTheBatchAndStayOutOfUndo) {
     EXPECT_EQ(undo.names, "p.solo");
 }
 
-TEST_F(ParamFilter, wrongDefinitionsAndTooManyParametersFail) {
-    std::string ten = "a,b,c,d,e,f,g,h,i,j";
-    const struct {
-        std::string sources, destinations;
-        const char* message;
-    } cases[] = {
-        {"", "d", "No source parameters defined."},
-        {" ,,", "d", "No source parameters defined."},
-        {"s", ",", "No destination parameters defined."},
-        {ten, "d", "Too many source parameters 10 defined in the param filter."},
-        {"s", ten, "Too many destination parameters 10 defined in the param filter."},
-    };
-    for (const auto& c : cases) {
-        CAudioParamFilterDef* definition = nullptr;
-        std::unique_ptr<CAudioParamFilter> filter;
-        CErrorResult error = create(*CObject::sharedRoot(), definition, "audio:param-filter-mb",
-                                    "filter", {{"src", c.sources}, {"dst", c.destinations}});
-        if (!error) error = definition->instantiate(filter, *collector, "p");
-        EXPECT_EQ(error.line(0), c.message);
-    }
-}
-
 /// A store in a folder of its own.
 struct CTestStore : CAppData {
     CTestStore() : CAppData("Maker/", "", "Test_") {}
@@ -202,6 +181,29 @@ TEST_F(SharedParam, twoInstancesShareRawDataAndALateBindingReadsTheRecord) {
     EXPECT_EQ(late.getValues().readRaw(0, 0), CByteBuffer("palette", 7));
     late.setRaw(0, 0, CByteBuffer("other", 5), nullptr);
     EXPECT_EQ(first.getValues().readRaw(0, 0), CByteBuffer("other", 5));
+}
+
+/// Each instance tells the store on its own thread, and the store tells the other instance.
+TEST_F(SharedParam, instancesThatWriteAtOnceNeitherBlockNorDisagree) {
+    CAudioEnv* otherEnv = nullptr;
+    CAudioParamCollector* other = nullptr;
+    ASSERT_FALSE(create(*root, otherEnv, "audio:audio-env", "other-env", {}));
+    ASSERT_FALSE(
+        create(*root, other, "audio:param-collector", "other-collector", {{"env", "^other-env"}}));
+    const CAudioParamInfo& info = textInfo();
+    CAudioParam* const params[] = {&bound("p.text", info), &other->getParam("p.text")};
+    params[1]->bind(info, {});
+    CSharedParam first(*collector, "p.text", store, "text");
+    CSharedParam second(*other, "p.text", store, "text");
+    std::vector<std::thread> writers;
+    for (CAudioParam* param : params)
+        writers.emplace_back([param] {
+            for (int i = 0; i < 150; i++)
+                param->setString(0, 0, std::to_string(i).c_str(), nullptr);
+        });
+    for (std::thread& writer : writers) writer.join();
+    EXPECT_EQ(params[0]->getString(0, 0), params[1]->getString(0, 0));
+    EXPECT_EQ(params[0]->getString(0, 0).toUtf8(), stored("text"));
 }
 
 } // namespace

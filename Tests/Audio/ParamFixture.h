@@ -7,11 +7,12 @@
 #include "Audio/CAudioParamDef.h"
 #include "Core/CApplication.h"
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 
 #include <gtest/gtest.h>
 #include <string>
 
+using lum::test::bytesOf;
 using CTextAttrs = std::map<std::string, std::string>;
 
 /// A shared tree with the usual converters, and an instance tree with environment and collector.
@@ -97,13 +98,4 @@ inline std::vector<double> groupOf(const lum::CAudioParamStorage& storage, int g
     for (int i = 0; i < storage.getElementCount(group); i++)
         values.push_back(storage.read(group, i));
     return values;
-}
-
-template <class T>
-lum::CByteBuffer bytesOf(const T& object) {
-    lum::CWriteSeqBuffer stream;
-    EXPECT_FALSE(object.save(stream));
-    lum::CByteBuffer bytes;
-    stream.getBytes(bytes);
-    return bytes;
 }

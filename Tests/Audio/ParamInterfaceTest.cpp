@@ -169,6 +169,10 @@ TEST_F(ParamInterface, factsReachTheClientsInTheirOrder) {
     EXPECT_EQ(client->getSampleRate(), 96000.0);
     EXPECT_EQ(client->getInChannelCount(), 6);
     EXPECT_EQ(client->getOutChannelCount(), 6);
+    wrapper->setInputFormat({2, false, false}, {});
+    wrapper->stop(); // applies a new layout as well
+    client.drain();
+    EXPECT_EQ(client->getInChannelCount(), 2);
     const CByteBuffer late = CParamMessage("update-sample-rate").add(0).add(1000.0).bytes();
     EXPECT_FALSE(client->receiveMessage(late));
     EXPECT_EQ(client->getSampleRate(), 96000.0) << "an older number";

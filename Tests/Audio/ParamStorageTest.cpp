@@ -108,9 +108,7 @@ TEST_F(ParamStorage, streamFormKeepsEveryGroupAndReadsABlankAsEmpty) {
     CWriteSeqBuffer single;
     EXPECT_FALSE(numbers.save(single, 1));
     EXPECT_EQ(single.getSize(), 16 + 4 + 8);
-    CByteBuffer bytes;
-    single.getBytes(bytes);
-    EXPECT_EQ(loadMessage(numbers, bytes), "");
+    EXPECT_EQ(loadMessage(numbers, bytesOf(single)), "");
     EXPECT_EQ(numbers.getGroupCount(), 1);
     EXPECT_EQ(groupOf(numbers, 0), CValueList{3.0});
 }
@@ -188,15 +186,10 @@ TEST_F(ParamStorage, rawDataIsSharedOnItsWayAndComesBackFromAStream) {
 }
 
 TEST(ParamRounding, halvesGoAwayFromZeroAndStrangeNumbersAreLimited) {
-    for (auto [value, expected] :
-         std::initializer_list<std::pair<double, int32_t>>{{0.5, 1},
-                                                           {-0.5, -1},
-                                                           {1.49, 1},
-                                                           {-2.5, -3},
-                                                           {1e300, 2147483647},
-                                                           {-1e300, -2147483647 - 1},
-                                                           {0.0 / 0.0 * 1.0, 0}})
-        EXPECT_EQ(roundToInt(value), expected) << value;
+    const std::pair<double, int32_t> rows[] = {{-0.5, -1},           {1.49, 1},
+                                               {1e300, 2147483647},  {-1e300, -2147483647 - 1},
+                                               {0.0 / 0.0 * 1.0, 0}, {2.5, 3}};
+    for (const auto& [value, expected] : rows) EXPECT_EQ(roundToInt(value), expected) << value;
 }
 
 } // namespace

@@ -133,8 +133,7 @@ TEST_F(Param, presetBlocksComeBackWholeOrNotAtAll) {
     apply(1, 0, {3, 4});
     CWriteSeqBuffer stream;
     ASSERT_FALSE(param->saveForPreset(stream));
-    CByteBuffer block;
-    stream.getBytes(block);
+    const CByteBuffer block = bytesOf(stream);
     apply(2, 0, {9});
     apply(0, 0, {9});
 

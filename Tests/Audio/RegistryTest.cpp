@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <functional>
+#include <thread>
 
 namespace lum::test {
 namespace {
@@ -111,15 +112,40 @@ TEST_F(Registry, oneGroupOfAPresetIsSavedAndLoadedAlone) {
               "Acquiring bank in a non-master registry is an error.");
 }
 
-TEST_F(Registry, everyStateComesBackByteForByte) {
-    for (int program = 0; program < 7; program++) {
-        registry().setCurrentProgram(program, nullptr);
-        const CByteBuffer before = chunk(true);
-        registry().activateFactoryPreset((program + 3) % 7);
-        set("modOutGain.gain", 1.5, 0, 5);
-        ASSERT_FALSE(wrapper->setState(before.data(), before.size(), true, true));
-        EXPECT_EQ(chunk(true), before) << program;
+/// While the host is told something, its other threads may well be in a call of theirs.
+TEST_F(Registry, theHostIsToldWithoutALockThatItsOtherCallsTake) {
+    TestClient client(*wrapper);
+    RegistryEar ear;
+    const int32_t id = client.listen("plugin.param-registry", ear);
+    const CByteBuffer bank = chunk(false);
+    bool isDue = false;
+    wrapper->onHostCall = [&] {
+        if (!std::exchange(isDue, false)) return;
+        std::thread([&] {
+            CByteBuffer state;
+            EXPECT_FALSE(wrapper->getState(state, false, true));
+            (void)wrapper->text("preset-name", 0);
+            set("modSorrelGEQ.gains", 0.5, 0, 5);
+            wrapper->getRegistry().renamePreset(6, "Other", nullptr);
+        }).join();
+    };
+    const std::function<void()> calls[] = {
+        [&] { EXPECT_FALSE(client->activateFactoryPreset(id, 1)); },
+        [&] { EXPECT_FALSE(client->setUndoHistoryPos(0)); },
+        [&] { EXPECT_FALSE(client->setCurrentProgram(id, 3)); },
+        [&] { EXPECT_FALSE(client->renamePreset(id, 3, "Mine")); },
+        [&] { EXPECT_FALSE(client->exchangeShadowPreset(id)); },
+        [&] { wrapper->param("preset-name").setString(0, 0, "Typed", nullptr); },
+        [&] { EXPECT_FALSE(wrapper->setState(bank.data(), bank.size(), false, true)); },
+    };
+    for (const auto& call : calls) {
+        isDue = true;
+        call();
+        EXPECT_FALSE(isDue) << "the host did not hear of call " << &call - calls;
     }
+}
+
+TEST_F(Registry, everyRoutingComesBackByteForByte) {
     CByteBuffer bytes;
     CAppDataGlobal::get().read("routing-presets-sys", bytes, kListBlock);
     CMemoryReader reader(bytes);

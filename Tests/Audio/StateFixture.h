@@ -6,21 +6,12 @@
 #include "Audio/WrapperFixture.h"
 #include "Core/CEventBridge.h"
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 
 #include <cstring>
 #include <string>
 
 namespace lum::test {
-
-template <class T>
-CByteBuffer bytesOf(const T& object) {
-    CWriteSeqBuffer stream;
-    EXPECT_FALSE(object.save(stream));
-    CByteBuffer bytes;
-    stream.getBytes(bytes);
-    return bytes;
-}
 
 inline std::string messageOf(const CErrorResult& error) {
     return error ? error.line(0).toUtf8() : "";
@@ -171,8 +162,7 @@ protected:
         return presetOf(stream);
     }
     static CAudioPreset presetOf(const CWriteSeqBuffer& stream) {
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader reader(bytes);
         CAudioPreset preset;
         EXPECT_FALSE(preset.load(reader));

@@ -143,6 +143,30 @@ TEST_F(Undo, openRecordsHoldSeveralEditsAndMayBeDropped) {
     EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{index, -index, 2, -2, 2, -2}));
 }
 
+/// A host ends writing automation at the first end that it hears.
+TEST_F(Undo, anElementThatTwoClientsHoldIsBegunAndEndedOnce) {
+    const int32_t otherId = two->listen(kGains, otherEar);
+    const auto move = [&](TestClient& client, int32_t id, int32_t undo, double value) {
+        EXPECT_FALSE(client->changeParam(
+            id, undo,
+            CAudioParamChange::ofValues(formatOf(kGains), 0, 4, &value, 1, false, nullptr)));
+    };
+    int32_t first = 0, second = 0;
+    ASSERT_FALSE((*one)->createUndoData(first, "One", false, -1));
+    ASSERT_FALSE((*two)->createUndoData(second, "Two", false, -1));
+    for (const double value : {2.0, 2.5}) {
+        move(*one, gainsId, first, value);
+        move(*two, otherId, second, value + 0.1);
+    }
+    ASSERT_FALSE((*one)->submitUndoData(first, ""));
+    EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{5})) << "still held";
+    ASSERT_FALSE((*two)->submitUndoData(second, ""));
+    EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{5, -5}));
+    EXPECT_EQ(one->history(), (std::vector<std::string>{"Undo history start", "One", "Two"}));
+    EXPECT_EQ(ear.value(0, 4), 2.6);
+    EXPECT_EQ(otherEar.value(0, 4), 2.6);
+}
+
 TEST_F(Undo, presetsAreOneStepEach) {
     ASSERT_FALSE((*one)->activateFactoryPreset(registryId, 3));
     const CAudioPreset preset = capture();
@@ -170,8 +194,15 @@ TEST_F(Undo, eachProgramHasItsHistory) {
     edit(2.0);
     edit(3.0);
     go(1);
+    int32_t gesture = 0;
+    const double value = 2.0;
+    ASSERT_FALSE((*one)->createUndoData(gesture, "Gesture", false, -1));
+    ASSERT_FALSE((*one)->changeParam(
+        gainsId, gesture,
+        CAudioParamChange::ofValues(formatOf(kGains), 0, 0, &value, 1, false, nullptr)));
     ASSERT_FALSE((*one)->setCurrentProgram(registryId, 2));
-    EXPECT_EQ(steps(), 0);
+    ASSERT_FALSE((*one)->submitUndoData(gesture, ""));
+    EXPECT_EQ(steps(), 0) << "a gesture that began in another program is no step of this one";
     edit(1.2);
     ASSERT_FALSE((*one)->setCurrentProgram(registryId, 0));
     EXPECT_EQ(steps(), 2);
@@ -208,10 +239,13 @@ TEST_F(Undo, theOtherSideIsExchangedWithItsHistory) {
 }
 
 TEST_F(Undo, importedLabelsAreOneStep) {
+    ASSERT_FALSE((*one)->importChannelLabels());
+    EXPECT_EQ(steps(), -1) << "without labels nothing happens";
     wrapper->inputLabels = {"Ls", "Rs"};
     ASSERT_FALSE((*one)->importChannelLabels());
     EXPECT_EQ(two->history().back(), "Channel label import");
     EXPECT_EQ(wrapper->text("io-params.in-channel-names", 1), "Rs");
+    EXPECT_EQ(wrapper->text("io-params.in-channel-names", 2), "IN3");
     ASSERT_FALSE((*one)->importChannelLabels());
     EXPECT_EQ(steps(), 1) << "nothing new";
     go(0);

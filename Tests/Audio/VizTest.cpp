@@ -66,17 +66,14 @@ protected:
     CVizDataRef copyOf(const CAudioVizData& record) {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(saveVizRecord(stream, record));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader reader(bytes);
         CVizDataRef copy;
         EXPECT_FALSE(loadVizRecord(reader, copy));
         EXPECT_EQ(reader.bytesLeft(), 0);
         CWriteSeqBuffer again;
         EXPECT_FALSE(saveVizRecord(again, *copy.get()));
-        CByteBuffer second;
-        again.getBytes(second);
-        EXPECT_EQ(second, bytes);
+        EXPECT_EQ(bytesOf(again), bytes);
         return copy;
     }
 };
@@ -184,9 +181,9 @@ public:
         viz->setControlWrites(&writes);
         EXPECT_FALSE(wrapper.getInstanceRoot()->findObjectChecked(env, "plugin.audio-env"));
     }
-    void chooseSlot(int group, double slot) {
+    void chooseSlots(std::initializer_list<std::pair<int, double>> slots) {
         CAudioParam& param = wrapper.param("export-slot");
-        param.setValue(slot, group, nullptr);
+        for (const auto& [group, slot] : slots) param.setValue(slot, group, nullptr);
         wrapper.getCollector().takePendingChanges();
     }
     /// One turn of the audio thread at a time, then of the control thread.
@@ -198,8 +195,7 @@ public:
     VizReader fetch() {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(viz->saveVizData(stream, 40.0));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader body(bytes);
         VizReader reader;
         EXPECT_FALSE(reader.onVizData(body));
@@ -209,8 +205,7 @@ public:
     std::map<uint32_t, std::string> names() {
         CWriteSeqBuffer stream;
         EXPECT_FALSE(viz->saveExportNames(stream));
-        CByteBuffer bytes;
-        stream.getBytes(bytes);
+        const CByteBuffer bytes = bytesOf(stream);
         CMemoryReader body(bytes);
         VizReader reader;
         EXPECT_FALSE(reader.onExportSlotNames(body));
@@ -232,8 +227,8 @@ TEST_F(Viz, slotsCarryRecordsBetweenInstances) {
     other.param("instance-name").setString(0, 0, "Bass", nullptr);
     Exporter one(*wrapper);
     Exporter two(other);
-    one.chooseSlot(0, 3.0); // slot 2, as users count
-    two.chooseSlot(1, 3.0);
+    one.chooseSlots({{0, 3.0}}); // slot 2, as users count
+    two.chooseSlots({{1, 3.0}});
     one.runBlock(1.0);
     two.runBlock(1.0);
     const std::string head = "3: It's (STEREO)`opt1=0`opt2=0";
@@ -261,7 +256,7 @@ TEST_F(Viz, slotsCarryRecordsBetweenInstances) {
     one.runBlock(2.1);
     ASSERT_EQ(two.fetch().records.at("level").size(), 1u);
 
-    one.chooseSlot(0, 0.0); // gives the slot up; the other one takes it
+    one.chooseSlots({{0, 0.0}}); // gives the slot up; the other one takes it
     one.runBlock(2.2);
     EXPECT_EQ(enable.readValue(0, 0), 0.0);
     two.runBlock(2.2);
@@ -270,6 +265,31 @@ TEST_F(Viz, slotsCarryRecordsBetweenInstances) {
     two.viz->removeListener(2, "level");
     two.runBlock(2.2);
     EXPECT_FALSE(two.viz->isWanted("level", 1));
+}
+
+/// Groups that change places in one block keep their slots, and the slots their names.
+TEST_F(Viz, twoGroupsMayExchangeTheirSlots) {
+    Exporter one(*wrapper);
+    wrapper->param("instance-name").setString(0, 0, "Bass", nullptr);
+    one.chooseSlots({{0, 1.0}, {1, 2.0}});
+    for (const char* source : {"first", "second"}) one.viz->addListener(source[0] == 's', source);
+    one.runBlock(1.0);
+    const std::map<uint32_t, std::string> before = one.names();
+    ASSERT_EQ(before.size(), 2u);
+    for (const bool isSwapped : {false, true}) {
+        if (isSwapped) one.chooseSlots({{0, 2.0}, {1, 1.0}});
+        one.runBlock(1.0);
+        EXPECT_EQ(one.viz->isWanted("first", 0), !isSwapped);
+        EXPECT_EQ(one.viz->isWanted("first", 1), isSwapped);
+        EXPECT_EQ(one.viz->isWanted("second", 0), isSwapped);
+        one.viz->post("first", isSwapped ? 1 : 0, meter(1.0, 1.0));
+        EXPECT_EQ(one.fetch().records.count("first"), 1u);
+    }
+    std::map<uint32_t, std::string> after = one.names();
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0], "1: Bass (G-2)`opt1=0`opt2=0");
+    EXPECT_EQ(after[1], "2: Bass (STEREO)`opt1=0`opt2=0");
+    EXPECT_EQ(wrapper->getCollector().getParam("first-enable").readValue(0, 0), 1.0);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -23,10 +24,16 @@ public:
     using CAudioWrapper::windowHeight;
     using CAudioWrapper::windowWidth;
 
+    ~TestWrapper() override { disconnectHost(); }
     void hostParamChanged(int32_t index, double value) override {
-        if (isInitialised) changes.push_back({index, value});
+        if (!isInitialised) return;
+        changes.push_back({index, value});
+        if (onHostCall) onHostCall();
     }
-    void hostUpdateDisplay() override {}
+    void hostUpdateDisplay() override {
+        displays++;
+        if (onHostCall) onHostCall();
+    }
     void hostBeginEdit(int32_t index) override { edits.push_back(index); }
     void hostEndEdit(int32_t index) override { edits.push_back(-index); }
 
@@ -40,6 +47,8 @@ public:
 
     std::vector<std::pair<int32_t, double>> changes;
     std::vector<int32_t> edits;
+    int displays = 0;
+    std::function<void()> onHostCall; // what the host does meanwhile
 };
 
 /// The application with the real product, and an instance of it, not yet initialised.

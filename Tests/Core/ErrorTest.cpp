@@ -1,11 +1,8 @@
 #include "Core/CError.h"
 #include "Core/CLog.h"
+#include "Core/TempFolder.h"
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <sstream>
 
 using namespace lum;
 
@@ -23,26 +20,6 @@ CErrorResult passesUp(int code) {
     LUM_TRY(innermost(code));
     return nullptr;
 }
-
-/// The log in a file of its own while it lives.
-struct CLogInFile {
-    CLogInFile() {
-        std::filesystem::remove(path);
-        setLogPath(CString::fromUtf8(path));
-    }
-    ~CLogInFile() {
-        setLogPath({});
-        std::filesystem::remove(path);
-    }
-    std::string text() const {
-        std::stringstream all;
-        all << std::ifstream(path, std::ios::binary).rdbuf();
-        return all.str();
-    }
-    std::string path = (std::filesystem::temp_directory_path() /
-                        ("lum-log-" + std::to_string(reinterpret_cast<uintptr_t>(this))))
-                           .string();
-};
 
 } // namespace
 
@@ -68,14 +45,14 @@ TEST(ErrorTest, eachLevelAddsOneLineOfTrace) {
 }
 
 TEST(LogTest, theFirstLineBeginsTheFileAnewAndEndsAreCrLf) {
-    CLogInFile log;
-    std::ofstream(log.path) << "old";
+    const CTempFolder folder;
+    folder.put("log", "old");
+    setLogPath(folder / "log");
     logLine("one");
     logLine("two", false);
     logFormat(" %d", 3);
     printError(failAt("Gone."));
-    EXPECT_EQ(log.text(), "one\r\ntwo 3\r\nGone.\r\nfile.cpp( 12 ) // a.b\r\n");
     setLogPath({});
     logLine("dropped");
-    EXPECT_EQ(log.text().find("dropped"), std::string::npos);
+    EXPECT_EQ(folder.get("log"), "one\r\ntwo 3\r\nGone.\r\nfile.cpp( 12 ) // a.b\r\n");
 }

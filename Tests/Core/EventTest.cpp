@@ -1,5 +1,4 @@
 #include "Core/CEventBridge.h"
-#include "Core/CNotifyServer.h"
 #include "Core/CTarget.h"
 #include "TreeFixture.h"
 
@@ -189,17 +188,6 @@ TEST_F(EventTest, eventsCrossThreadsWhileTheTreeChanges) {
     firing.join();
     queue->pump();
     EXPECT_EQ(takeJournal(), Journal{}); // none left to hear it
-}
-
-TEST_F(EventTest, serversHaveNumbersOfTheirOwn) {
-    CObject* other = nullptr;
-    EXPECT_FALSE(CApplication::get()->initRootObject(other, ""));
-    const int number = other->getNotifyServer()->getNumber();
-    EXPECT_NE(number, root->getNotifyServer()->getNumber());
-    EXPECT_EQ(CNotifyServer::find(number), other->getNotifyServer());
-    CObject::destroyObject(other);
-    EXPECT_EQ(CNotifyServer::find(number), nullptr);
-    EXPECT_EQ(CObject::sharedRoot()->getNotifyServer(), nullptr);
 }
 
 } // namespace

@@ -1,4 +1,3 @@
-#include "Core/CLog.h"
 #include "TempFolder.h"
 #include "TreeFixture.h"
 
@@ -168,19 +167,6 @@ TEST_F(LoaderTest, aFailedStartCanBeRepeated) {
     EXPECT_EQ(CApplication::get(), nullptr);
     startEmbedded();
     EXPECT_NE(CObject::sharedRoot(), nullptr);
-}
-
-TEST_F(LoaderTest, theLogNamesUnknownTagsAlone) {
-    const CTempFolder folder;
-    setLogPath(folder / "log");
-    startEmbedded();
-    CObject::destroyObject(makeInstance());
-    setLogPath("");
-    const std::string log = folder.get("log");
-    EXPECT_NE(log.find("Initializing application...\r\n"), std::string::npos);
-    EXPECT_NE(log.find("loadXMLData \"SharedData.xml\" init time: 0."), std::string::npos);
-    EXPECT_NE(log.find("Creating CObject 'second' (tag 'unheard:of')\r\n"), std::string::npos);
-    EXPECT_EQ(log.find("(tag 'template')"), std::string::npos);
 }
 
 } // namespace

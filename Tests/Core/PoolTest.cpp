@@ -13,10 +13,6 @@ using namespace lum;
 
 namespace {
 
-int classByte(const void* block) {
-    return static_cast<const unsigned char*>(block)[-1];
-}
-
 bool isAligned(const void* block) {
     return reinterpret_cast<uintptr_t>(block) % 16 == 0;
 }
@@ -41,23 +37,6 @@ struct CFilled {
 
 } // namespace
 
-TEST(PoolTest, theClassByteFollowsTheSize) {
-    struct CCase {
-        size_t size;
-        int number;
-        size_t capacity;
-    };
-    const CCase cases[] = {{0, 0, 16},        {1, 0, 16},        {16, 0, 16},          {17, 1, 32},
-                           {4080, 254, 4080}, {4081, 255, 4081}, {100000, 255, 100000}};
-    for (const CCase& c : cases) {
-        void* block = pool::alloc(c.size);
-        EXPECT_EQ(classByte(block), c.number) << c.size;
-        EXPECT_EQ(pool::capacityOf(block), c.capacity) << c.size;
-        EXPECT_TRUE(isAligned(block)) << c.size;
-        pool::free(block);
-    }
-}
-
 TEST(PoolTest, blocksOfAllSizesAreApartThroughManyRefills) {
     std::mt19937 random(1);
     std::vector<CFilled> all;
@@ -68,6 +47,7 @@ TEST(PoolTest, blocksOfAllSizesAreApartThroughManyRefills) {
     }
     for (const CFilled& filled : all) {
         ASSERT_TRUE(filled.isIntact());
+        ASSERT_GE(pool::capacityOf(filled.block), filled.size);
         pool::free(filled.block);
     }
 }
@@ -87,9 +67,6 @@ TEST(PoolTest, reallocKeepsTheContentAndMovesUnlessTheCapacityFits) {
         EXPECT_TRUE(filled.isIntact()) << from << " to " << to;
         pool::free(moved);
     }
-    void* fresh = pool::realloc(nullptr, 20);
-    EXPECT_EQ(classByte(fresh), 1);
-    pool::free(fresh);
 }
 
 // Threads fill blocks, check them, free them or leave them in shared places where others find them:

@@ -63,26 +63,28 @@ TEST_F(SharedAttributeTest, aStoredValueReachesAllThatShareIt) {
     EXPECT_EQ(attr(makeScale(root, "record-a"), "value"), "2.0"); // reads the record at its start
 }
 
-TEST_F(SharedAttributeTest, theObjectsNameIsItsRecordByDefault) {
-    const CAttrMap attributes{{"attribute", CAttrEntry::ofText("v")},
-                              {"storage-type", CAttrEntry::ofText("global")}};
-    CSharedAttribute* made = make(bridge, "own-name", attributes);
-    EXPECT_EQ(attr(made, "v"), "");
-    made->storeValue("7");
-    queue->pump();
-    EXPECT_EQ(made->getAttrInt("v"), 7);
-    EXPECT_NE(folder->get("Lumeron/own-name"), "");
+TEST_F(SharedAttributeTest, theObjectsNameIsItsRecordInTheStoreOfItsType) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"global", "Lumeron/own-name"},
+        {"group", "Lumeron/Audio Plug-Ins/own-name"},
+        {"local", "Lumeron/Audio Plug-Ins/Sorrel GEQ/own-name"}};
+    for (const auto& [type, file] : rows) {
+        CSharedAttribute* made = make(
+            add(bridge, type), "own-name",
+            {{"attribute", CAttrEntry::ofText("v")}, {"storage-type", CAttrEntry::ofText(type)}});
+        EXPECT_EQ(attr(made, "v"), "");
+        made->storeValue("7");
+        queue->pump();
+        EXPECT_EQ(made->getAttrInt("v"), 7);
+        EXPECT_NE(folder->get(file), "");
+    }
 }
 
 TEST_F(SharedAttributeTest, itsDeclarationIsChecked) {
-    const std::tuple<const char*, const char*, const char*> rows[] = {
-        {"moon", "v", "Invalid storage type \"moon\" specified."},
-        {"", "v", "Invalid storage type \"\" specified."},
-        {"local", "", "No attached attribute name specified."},
-    };
-    for (const auto& [type, attribute, message] : rows) {
-        const CAttrMap attributes{{"attribute", CAttrEntry::ofText(attribute)},
-                                  {"storage-type", CAttrEntry::ofText(type)}};
+    for (const auto& [type, message] :
+         {std::pair("moon", "Invalid storage type \"moon\" specified."),
+          std::pair("local", "No attached attribute name specified.")}) {
+        const CAttrMap attributes{{"storage-type", CAttrEntry::ofText(type)}};
         CSharedAttribute* made = nullptr;
         EXPECT_EQ(first(bridge->createChild<CSharedAttribute>(made, "core:shared-attribute", "s",
                                                               false, &attributes)),

@@ -1,19 +1,15 @@
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
+#include "Core/StreamBytes.h"
 
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
+#include <zlib.h>
 
 using namespace lum;
+using lum::test::bytesOf;
 
 namespace {
-
-CByteBuffer bytesOf(const CWriteSeqBuffer& stream) {
-    CByteBuffer out;
-    stream.getBytes(out);
-    return out;
-}
 
 std::string textOf(const CByteBuffer& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -33,12 +29,6 @@ CByteBuffer noise(size_t count, uint32_t alphabet) {
     out.resize(count);
     for (size_t i = 0; i < count; i++) out.data()[i] = static_cast<uint8_t>(random() % alphabet);
     return out;
-}
-
-CByteBuffer packLZ4(const CByteBuffer& data) {
-    CWriteSeqBuffer stream;
-    EXPECT_FALSE(stream.writeCompressedDataLZ4(data, kImagePageBlock));
-    return bytesOf(stream);
 }
 
 } // namespace
@@ -143,22 +133,6 @@ TEST(Stream, memoryReadersStayWithinTheirBytes) {
               "Positioning beyond memory resource end (newpos 11, size 10).");
 }
 
-TEST(Stream, positionsOfMoreThan31BitsDoNotFitAnInt) {
-    struct CFarStream : CPosStream {
-        uint64_t place = INT32_MAX;
-        CErrorResult getPosition(uint64_t& out) override { return out = place, nullptr; }
-        CErrorResult setPosition(uint64_t) override { return {}; }
-        CErrorResult getSize(uint64_t& out) override { return out = place, nullptr; }
-    } stream;
-    int32_t out = 0;
-    EXPECT_FALSE(stream.getSizeInt(out));
-    EXPECT_EQ(out, INT32_MAX);
-    stream.place++;
-    const CString message = "The size of the stream is above allowed 2 GB.";
-    EXPECT_EQ(stream.getSizeInt(out).line(0), message);
-    EXPECT_EQ(stream.getPositionInt(out).line(0), message);
-}
-
 TEST(Stream, theWriteBufferGrowsByItsTableAndKeepsEveryByte) {
     // Bytes written in one call, and the chunks there are afterwards.
     const std::pair<int64_t, int> steps[] = {{1024, 1},  {1, 2},     {2047, 2},   {3000, 3},
@@ -202,20 +176,6 @@ TEST(Stream, lz4BlocksComeBackInPlaceAndByCopy) {
     }
 }
 
-TEST(Stream, aDamagedLZ4BlockIsRefusedOrReadsCleanly) {
-    CByteBuffer block = packLZ4(noise(100, 3));
-    for (size_t i = 0; i < block.size(); i++) {
-        for (int change = 1; change < 256; change++) {
-            block.data()[i] = static_cast<uint8_t>(block.data()[i] ^ change);
-            CMemoryReaderStatic reader(block);
-            CByteBuffer out;
-            const bool isRefused = static_cast<bool>(reader.readCompressedDataLZ4(out, 0));
-            EXPECT_TRUE(isRefused || (i >= 16 && out.size() == 100));
-            block.data()[i] = static_cast<uint8_t>(block.data()[i] ^ change);
-        }
-    }
-}
-
 TEST(Stream, lz4SizesAreCheckedAgainstTheBytesBeforeMemoryIsTaken) {
     const struct {
         int32_t size, packedSize;
@@ -225,31 +185,20 @@ TEST(Stream, lz4SizesAreCheckedAgainstTheBytesBeforeMemoryIsTaken) {
         {20, -1, "Invalid data size 20 (packed -1) encountered when reading compressed data."},
         {20, INT32_MAX, "Premature end of file."},
         {5101, 20, "Invalid data size 5101 (packed 20) encountered when reading compressed data."},
-        {INT32_MAX, 20,
-         "Invalid data size 2147483647 (packed 20) encountered when reading compressed data."},
-        {99, 20, "Invalid uncompressed data (expected 99 bytes, read -1)."},
+        {99, 20, "Invalid uncompressed data (expected 99 bytes, read "},
     };
     for (const auto& row : rows) {
-        // Header with a right check, and twenty bytes that are no packed data.
+        // A header with the right check, and twenty bytes that are no packed data.
         const int32_t sizes[2] = {row.size, row.packedSize};
         CWriteSeqBuffer stream;
         ASSERT_FALSE(stream.writeValue(uint32_t{0}));
         ASSERT_FALSE(stream.write(sizes, sizeof(sizes)));
-        uint32_t low = 1, high = 0; // Adler-32
-        for (size_t i = 0; i < sizeof(sizes); i++) {
-            low += reinterpret_cast<const uint8_t*>(sizes)[i];
-            high += low;
-        }
-        ASSERT_FALSE(stream.writeValue(high << 16 | low));
-        const CByteBuffer junk = noise(20, 256);
-        ASSERT_FALSE(stream.write(junk.data(), 20));
+        ASSERT_FALSE(stream.writeValue(static_cast<uint32_t>(
+            adler32(adler32(0, nullptr, 0), reinterpret_cast<const Bytef*>(sizes), 8))));
+        ASSERT_FALSE(stream.write(noise(20, 256).data(), 20));
         const CByteBuffer block = bytesOf(stream);
         CMemoryReaderStatic reader(block);
         CByteBuffer out;
-        const CString line = reader.readCompressedDataLZ4(out, 0).line(0);
-        // What the unpacker answers to junk is its own business, that it answers is not.
-        EXPECT_TRUE(line == row.message ||
-                    (row.size == 99 && line.startsWith("Invalid uncompressed data")))
-            << line.toUtf8();
+        EXPECT_TRUE(reader.readCompressedDataLZ4(out, 0).line(0).startsWith(row.message));
     }
 }

@@ -1,6 +1,6 @@
 #include "Core/CMemoryReader.h"
-#include "Core/CWriteSeqBuffer.h"
 #include "Core/CZipStream.h"
+#include "Core/StreamBytes.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -22,9 +22,7 @@ CByteBuffer sampleData(size_t size) {
 CByteBuffer blockOf(const CByteBuffer& data) {
     CWriteSeqBuffer stream;
     EXPECT_FALSE(stream.writeCompressedData(data, kPresetBlock));
-    CByteBuffer out;
-    stream.getBytes(out);
-    return out;
+    return lum::test::bytesOf(stream);
 }
 
 /// Gives a block another size, with the check that belongs to it.
@@ -71,13 +69,9 @@ TEST(ZipStream, blocksOfAnySizeComeBack) {
     }
 }
 
-TEST(ZipStream, theHeadHoldsTheSizeAndItsCheck) {
-    const CByteBuffer block = blockOf(sampleData(0x32D5));
-    const uint8_t head[] = {'a', 'p', 'r', 's', 0xD5, 0x32, 0, 0, 0x08, 0x01, 0xEE, 0x03};
-    EXPECT_EQ(std::memcmp(block.data(), head, sizeof(head)), 0);
-}
-
 TEST(ZipStream, wrongHeadsAreToldInWords) {
+    const uint8_t head[] = {'a', 'p', 'r', 's', 0xD5, 0x32, 0, 0, 0x08, 0x01, 0xEE, 0x03};
+    EXPECT_EQ(std::memcmp(blockOf(sampleData(0x32D5)).data(), head, sizeof(head)), 0);
     const CByteBuffer good = blockOf(sampleData(200));
     CByteBuffer badCheck = good;
     badCheck.data()[4]++;
@@ -96,6 +90,7 @@ TEST(ZipStream, wrongHeadsAreToldInWords) {
          "Premature end of memory resource while reading (pos 8, count 4, size 10)."},
         {CByteBuffer(good.data(), 12), kPresetBlock, "Premature end of file."},
         {CByteBuffer(good.data(), good.size() - 20), kPresetBlock, "Premature end of file."},
+        {CByteBuffer(good.data(), good.size() - 1), kPresetBlock, "Premature end of file."},
     };
     for (const auto& row : rows) {
         CMemoryReader reader(row.block);
@@ -113,8 +108,8 @@ TEST(ZipStream, aDeclaredSizeIsCheckedAgainstTheBytes) {
         {199, ""},
         {0, ""},
         {201, "Premature end of file."},
-        {20000000, "Premature end of file."},
-        {30000000, "Invalid data size 30000000 encountered when reading compressed data."},
+        {8000000, "Premature end of file."},
+        {9000000, "Invalid data size 9000000 encountered when reading compressed data."},
         {INT32_MAX, "Invalid data size 2147483647 encountered when reading compressed data."},
         {-1, "Invalid data size -1 encountered when reading compressed data."},
     };
@@ -130,19 +125,21 @@ TEST(ZipStream, aDeclaredSizeIsCheckedAgainstTheBytes) {
     }
 }
 
-TEST(ZipStream, aDamagedBlockIsRefusedOrReadsCleanly) {
-    CByteBuffer block = blockOf(sampleData(80));
+TEST(ZipStream, aDamagedBlockIsRefusedUnlessItsDataIsWhole) {
+    const CByteBuffer data = sampleData(80);
+    CByteBuffer block = blockOf(data);
+    int unseen = 0;
     for (size_t i = 0; i < block.size(); i++) {
         for (int change = 1; change < 256; change++) {
             block.data()[i] = static_cast<uint8_t>(block.data()[i] ^ change);
             CMemoryReader reader(block);
             CByteBuffer out;
             const bool isRefused = static_cast<bool>(reader.readCompressedData(out, kPresetBlock));
-            // The reader stops when it has its bytes, so damage that moves the end goes unseen.
-            EXPECT_TRUE(isRefused || (i >= 12 && out.size() == 80));
+            unseen += !isRefused && !(out == data);
             block.data()[i] = static_cast<uint8_t>(block.data()[i] ^ change);
         }
     }
+    EXPECT_LE(unseen, 2); // of 25,000: three letters that change can leave an Adler-32 as it was
 }
 
 TEST(ZipStream, aTargetThatFailsAtAnyWriteIsReported) {
@@ -174,8 +171,7 @@ TEST(ZipStream, closedStreamsRefuseAndReopenedOnesWork) {
         ASSERT_FALSE(output.write("abcdefg", 7));
         ASSERT_FALSE(output.close());
         ASSERT_FALSE(output.close());
-        CByteBuffer bytes;
-        packed.getBytes(bytes);
+        const CByteBuffer bytes = lum::test::bytesOf(packed);
         CMemoryReader reader(bytes);
         ASSERT_FALSE(input.open(reader)); // the second time without a close
         ASSERT_FALSE(input.read(out, 3));

@@ -85,6 +85,32 @@ TEST(HostOrder, theHostsNameAndVersionDecideOnTheChannels) {
     HostModel::current() = saved;
 }
 
+/// A host that restarts while it processes gets a silent block, or with the lock one that waits.
+TEST(HostOrder, aBlockOfAHostWithTheSyncLockNeverMeetsARestart) {
+    const HostModel saved = HostModel::current();
+    HostModel::current().product = "WaveLab 5";
+    {
+        Instance instance;
+        instance.open(44100);
+        std::atomic<bool> isDone{false};
+        std::atomic<int> blocks{0};
+        int silent = 0;
+        std::thread audio([&] {
+            const auto input = noise<float>(kChannels, 2000); // longer than the latency
+            for (; !isDone; blocks++) silent += isSilent(render(instance, input, {2000}));
+        });
+        for (int i = 0; i < 8; i++) {
+            for (const int before = blocks; blocks == before;) std::this_thread::yield();
+            instance.send(kEffectSetSampleRate, 0, 0, nullptr, i % 2 ? 44100.0F : 48000.0F);
+            instance.resume();
+        }
+        isDone = true;
+        audio.join();
+        EXPECT_EQ(silent, 0);
+    }
+    HostModel::current() = saved;
+}
+
 TEST(HostOrder, arrangementsAreSymmetricAndAtMostOurChannels) {
     Instance instance;
     const auto offer = [&](int ins, int outs) {

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -51,6 +52,7 @@ struct HostModel {
     std::string vendor = "Test Vendor";
     int32_t level = 0;
     int ioChanges = 0;
+    std::function<void(int32_t opcode)> heard; // on the thread that calls
     std::vector<std::pair<int32_t, float>> automations;
 
     static HostModel& current() {
@@ -60,6 +62,7 @@ struct HostModel {
     static intptr_t LUM_VST_CALL callback(lum::vst::AEffect*, int32_t opcode, int32_t index,
                                           intptr_t, void* ptr, float opt) {
         HostModel& host = current();
+        if (host.heard) host.heard(opcode);
         switch (opcode) {
         case lum::vst::kHostVersion:
             return host.version;

@@ -1,15 +1,23 @@
 #include "Host/HostedPlugin.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
+#include <thread>
 
 using namespace lum::vst;
+
+// What a host forgets is not to be counted as ours. The symbols are there under a sanitizer alone.
+extern "C" __attribute__((weak)) void __lsan_disable();
+extern "C" __attribute__((weak)) void __lsan_enable();
 
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
 #else
 constexpr bool isSanitized = false;
 #endif
@@ -21,6 +29,19 @@ size_t countEntries(const char* folder) {
         count++;
     }
     return count;
+}
+
+/// Threads of this process. The system lists a thread for a moment longer than joining it takes, so
+/// the least count of a quiet time is the one that tells.
+size_t countThreads() {
+    size_t least = countEntries("/proc/self/task");
+    for (int quietMs = 0; quietMs < 50; quietMs++) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        const size_t now = countEntries("/proc/self/task");
+        if (now < least) quietMs = 0;
+        least = std::min(least, now);
+    }
+    return least;
 }
 
 /// Resident memory of this process in kilobytes.
@@ -40,8 +61,10 @@ void loadAndUnload(bool isClosed) {
         instance.set(4, 0.9F);
         render(instance, noise<float>(8, 2000));
     } else {
+        if (__lsan_disable) __lsan_disable();
         PluginFile file;
         file.entry()(&HostModel::callback);
+        if (__lsan_enable) __lsan_enable();
     }
 }
 
@@ -78,21 +101,22 @@ TEST(Module, onlyTheTwoEntriesAreExported) {
 TEST(Module, loadingAndUnloadingLeavesNothingBehind) {
     for (int i = 0; i < 5; i++) loadAndUnload(true);
     EXPECT_FALSE(PluginFile::isStillMapped());
-    const size_t threads = countEntries("/proc/self/task");
+    const size_t threads = countThreads();
     const size_t descriptors = countEntries("/proc/self/fd");
     const long memory = residentKilobytes();
     for (int i = 0; i < 50; i++) loadAndUnload(true);
     EXPECT_FALSE(PluginFile::isStillMapped());
-    EXPECT_EQ(countEntries("/proc/self/task"), threads);
+    EXPECT_EQ(countThreads(), threads);
     EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
     if (isSanitized) return; // a sanitizer keeps what is freed
     EXPECT_LE(residentKilobytes() - memory, 2000) << "kilobytes grown over 50 cycles";
 }
 
 TEST(Module, aForgottenInstanceSurvivesTheUnloading) {
-    const size_t threads = countEntries("/proc/self/task");
+    loadAndUnload(true); // with the first thread a sanitizer starts one of its own
+    const size_t threads = countThreads();
     for (int i = 0; i < 3; i++) loadAndUnload(false);
-    EXPECT_EQ(countEntries("/proc/self/task"), threads);
+    EXPECT_EQ(countThreads(), threads);
     EXPECT_FALSE(PluginFile::isStillMapped());
 }
 

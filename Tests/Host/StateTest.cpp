@@ -6,6 +6,7 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <zlib.h>
 
 using namespace lum::vst;
 
@@ -27,6 +28,26 @@ Bytes chunkOf(Instance& instance, bool isPreset) {
 intptr_t give(Instance& instance, bool isPreset, Bytes chunk) {
     return instance.send(kEffectSetChunk, isPreset, static_cast<intptr_t>(chunk.size()),
                          chunk.data());
+}
+
+/// What a chunk holds, unpacked.
+std::string payloadOf(const Bytes& chunk) {
+    uint32_t size = 0;
+    std::memcpy(&size, chunk.data() + 20, sizeof size);
+    std::string payload(size, 0);
+    uLongf got = size;
+    const int result =
+        uncompress(reinterpret_cast<Bytef*>(payload.data()), &got,
+                   reinterpret_cast<const Bytef*>(chunk.data() + 28), chunk.size() - 28);
+    EXPECT_EQ(result, Z_OK);
+    return payload;
+}
+
+/// Whether the text stands there as a string of its own, behind its length.
+bool holdsText(const std::string& payload, const std::string& text) {
+    const auto length = static_cast<uint32_t>(text.size());
+    return payload.find(std::string(reinterpret_cast<const char*>(&length), 4) + text) !=
+           std::string::npos;
 }
 
 /// Shown level of a band, as the host sees it.
@@ -84,11 +105,16 @@ TEST(State, theProgramsAreTheFactorys) {
 /// The host is told of each value that a program brings, once the program stands.
 TEST(State, aProgramChangeReachesTheHostsParameters) {
     Instance instance;
-    HostModel::current().automations.clear();
+    auto& told = HostModel::current().automations;
+    told.clear();
     instance.send(kEffectSetProgram, 0, 6);
-    EXPECT_FLOAT_EQ(instance.effect->getParameter(instance.effect, 1),
-                    static_cast<float>((10.72 + 12.0) / 24.0));
-    HostModel::current().automations.clear();
+    const auto expected = static_cast<float>((10.72 + 12.0) / 24.0);
+    EXPECT_FLOAT_EQ(instance.effect->getParameter(instance.effect, 1), expected);
+    ASSERT_EQ(told.size(), 4U) << "the four bands that differ";
+    std::ranges::sort(told);
+    EXPECT_EQ(told[0].first, 1);
+    EXPECT_FLOAT_EQ(told[0].second, expected);
+    told.clear();
 }
 
 TEST(State, namesAreCutWhereTheyAreShown) {
@@ -186,6 +212,9 @@ TEST(State, arrangementsAdaptTheRoutingAndImportTheirLabels) {
         Speakers surround({"Lf", "Rf", "Cf", "?", "VeryLongName", ""});
         ASSERT_EQ(arrange(instance, surround), 1);
         const Bytes chunk = chunkOf(instance, true);
+        const std::string payload = payloadOf(chunk);
+        for (const char* label : {"Lf", "Rf", "Cf", "IN4", "VeryLon", "IN6", "MULTI"})
+            EXPECT_EQ(holdsText(payload, label), row.isImported) << label << " in " << row.product;
         instance.open(48000);
         const auto input = noise<float>(6, 2000);
         const auto output = render(instance, input);

@@ -44,6 +44,7 @@ TEST(ParameterValue, everyFormOfTextFindsTheValueThatShowsIt) {
         {"gain", "+4.5 db", 0.59375f, ConvertedBy::Plugin},
         {"Trim", "-4.5dB", 0.40625f, ConvertedBy::Search},
         {"#1", "24dB", 1.0f, ConvertedBy::Search},
+        {"1", "24dB", 1.0f, ConvertedBy::Search},
         {"Trim", "-24.0dB", 0.0f, ConvertedBy::Search},
         {"Mode", "On", 1.0f, ConvertedBy::Search},
         {"Mode", "off", 0.0f, ConvertedBy::Search},
@@ -63,7 +64,7 @@ TEST(ParameterValue, everyFormOfTextFindsTheValueThatShowsIt) {
     for (const char* wrong : {"1.5", "101%", "Maybe", "24.2dB", "nan", "3 dB/oct"}) {
         EXPECT_THROW(parameterValue(plugin, 1, wrong), Failure) << wrong;
     }
-    for (const char* unknown : {"Gai", "#3", "#-1", "#", ""}) {
+    for (const char* unknown : {"Gai", "#3", "3", "#-1", "#", ""}) {
         EXPECT_THROW(findParameter(plugin, unknown), Failure) << unknown;
     }
 }

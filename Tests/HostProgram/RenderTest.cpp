@@ -112,6 +112,47 @@ TEST_F(HostFixture, aFullDiskLeavesTheOldOutputAsItWas) {
     EXPECT_EQ(readAll("out.wav"), old);
 }
 
+TEST_F(HostFixture, oneFailingFileOfManyDoesNotStopTheOthers) {
+    const auto source = writeNoise("a.wav", 2, 3000);
+    writeNoise("b.wav", 2, 3000);
+    std::ofstream(path("text.wav")) << "this is no sound";
+    std::filesystem::create_directory(path("sub"));
+    writeNoise("sub/a.wav", 1, 500);
+    const std::string inputs = path("a.wav") + " " + path("text.wav") + " " + path("missing.wav") +
+                               " " + path("sub/a.wav") + " " + path("b.wav");
+    EXPECT_EQ(render(inputs + " --out " + path("new/out") + " --set Mode@0.05s=on"), 1);
+    for (const char* words :
+         {"text.wav: ", "no sound file", "missing.wav: ", "No such file",
+          "sub/a.wav: its output would replace that of", "2 of 5 files were rendered"}) {
+        EXPECT_NE(printed.find(words), std::string::npos) << words << "\n" << printed;
+    }
+    const auto first = readAll("new/out/a.wav");
+    EXPECT_EQ(readAll("new/out/b.wav"), first) << "both begin with the same state";
+    EXPECT_EQ(std::vector<double>(first.begin(), first.begin() + 4800),
+              std::vector<double>(source.begin(), source.begin() + 4800));
+    EXPECT_NE(first, source);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(path("new/out")), {}), 2);
+}
+
+TEST_F(HostFixture, manyFilesKeepTheirNamesInTheFolder) {
+    const auto source = writeNoise("a.b.wav", 2, 3000);
+    writeNoise("c.wav", 1, 3000);
+    const std::string inputs = path("a.b.wav") + " " + path("c.wav");
+    ASSERT_EQ(render(inputs + " --out " + path("out") + " --format flac"), 0) << printed;
+    EXPECT_EQ(readAll("out/a.b.flac"), source);
+    EXPECT_TRUE(std::filesystem::exists(path("out/c.flac")));
+    EXPECT_EQ(render(inputs + " --out " + folder.string()), 1);
+    EXPECT_NE(printed.find("would replace the input"), std::string::npos) << printed;
+    EXPECT_EQ(readAll("a.b.wav"), source);
+    EXPECT_EQ(render(inputs + " --out " + path("c.wav")), 1) << "a file is no folder";
+    EXPECT_NE(printed.find("cannot make the folder"), std::string::npos) << printed;
+    EXPECT_EQ(render(inputs + " --out " + path("other") + " --set Gian=0.5"), 1);
+    EXPECT_FALSE(std::filesystem::exists(path("other"))) << "a wrong setting is found before";
+    EXPECT_EQ(render(inputs + " " + path("x.wav")), 2);
+    EXPECT_EQ(render(path("c.wav")), 2);
+    EXPECT_EQ(render(inputs + " --format flac"), 2);
+}
+
 TEST_F(HostFixture, aFileMayBeRenderedOntoItself) {
     const auto source = writeNoise("in.wav", 2, 3000);
     ASSERT_EQ(render(path("in.wav") + " " + path("in.wav")), 0) << printed;

@@ -91,6 +91,9 @@ TEST_F(HostFixture, infoAndBenchTellWhatTheyMeasured) {
     EXPECT_NE(printed.find("moving: Gain Trim"), std::string::npos);
     EXPECT_NE(printed.find("ratio of the first to the second"), std::string::npos);
     EXPECT_EQ(run(bench + "3"), 1); // Mode is a switch
+    const int closed = std::system("'" LUM_HOST_PROGRAM "' info --json --plugin '" LUM_TEST_PLUGIN
+                                   "' >/dev/full 2>/dev/null");
+    EXPECT_EQ(WEXITSTATUS(closed), 1) << "a result that nobody could write down";
 }
 
 } // namespace

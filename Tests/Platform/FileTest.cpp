@@ -18,19 +18,14 @@ struct CTemporaryFolder {
     std::string path;
 };
 
-std::string writeThrough(const std::string& path, FileMode mode, const std::string& text) {
+/// Opens a file, writes a text, and gives the system's code of the first that failed.
+int put(const std::string& path, FileMode mode, const std::string& text) {
     int handle = kNoFile;
     uint64_t count = 0;
-    EXPECT_EQ(openFile(path, mode, handle), 0);
-    EXPECT_EQ(writeFile(handle, text.data(), text.size(), count), 0);
-    EXPECT_EQ(count, text.size());
-    EXPECT_EQ(closeFile(handle), 0);
-    EXPECT_EQ(openFile(path, FileMode::Read, handle), 0);
-    std::string content(100, ' ');
-    EXPECT_EQ(readFile(handle, content.data(), content.size(), count), 0);
-    EXPECT_EQ(closeFile(handle), 0);
-    content.resize(count);
-    return content;
+    int code = openFile(path, mode, handle);
+    if (code == 0) code = writeFile(handle, text.data(), text.size(), count);
+    if (handle != kNoFile) closeFile(handle);
+    return code;
 }
 
 } // namespace
@@ -38,15 +33,20 @@ std::string writeThrough(const std::string& path, FileMode mode, const std::stri
 TEST(FileTest, eachModeStartsWhereItSays) {
     CTemporaryFolder folder;
     const std::string path = folder.path + "/a";
-    EXPECT_EQ(writeThrough(path, FileMode::Append, "one"), "one");
-    EXPECT_EQ(writeThrough(path, FileMode::Append, "two"), "onetwo");
-    EXPECT_EQ(writeThrough(path, FileMode::ReadWrite, "x"), "xnetwo");
-    EXPECT_EQ(writeThrough(path, FileMode::Rewrite, "new"), "new");
-    int handle = 0;
-    EXPECT_EQ(openFile(path, FileMode::CreateNew, handle), EEXIST);
-    EXPECT_EQ(handle, kNoFile);
-    EXPECT_EQ(openFile(folder.path + "/none", FileMode::Read, handle), ENOENT);
-    EXPECT_EQ(openFile(folder.path, FileMode::Read, handle), EISDIR);
+    const struct {
+        FileMode mode;
+        int code;
+        uintmax_t size; // after five bytes more
+    } steps[] = {{FileMode::Read, ENOENT, 0},       {FileMode::Append, 0, 5},
+                 {FileMode::Append, 0, 10},         {FileMode::ReadWrite, 0, 10},
+                 {FileMode::CreateNew, EEXIST, 10}, {FileMode::Read, EBADF, 10},
+                 {FileMode::Rewrite, 0, 5}};
+    for (const auto& step : steps) {
+        EXPECT_EQ(put(path, step.mode, "bytes"), step.code);
+        std::error_code absent;
+        EXPECT_EQ(step.size ? std::filesystem::file_size(path, absent) : 0, step.size);
+    }
+    EXPECT_EQ(put(folder.path, FileMode::Read, ""), EISDIR);
 }
 
 TEST(FileTest, foldersAreMadeWithThoseAboveThem) {
@@ -55,28 +55,24 @@ TEST(FileTest, foldersAreMadeWithThoseAboveThem) {
     EXPECT_EQ(makeFolders(deep + "/"), 0);
     EXPECT_EQ(makeFolders(deep), 0);
     EXPECT_TRUE(isFolder(deep));
-    writeThrough(folder.path + "/file", FileMode::Rewrite, "x");
-    EXPECT_NE(makeFolders(folder.path + "/file"), 0);
-    EXPECT_NE(makeFolders(folder.path + "/file/below"), 0);
+    EXPECT_EQ(put(folder.path + "/file", FileMode::Rewrite, "x"), 0);
+    std::filesystem::create_symlink(folder.path + "/none", folder.path + "/link");
+    for (const char* blocked : {"/file", "/file/below", "/link"})
+        EXPECT_EQ(makeFolders(folder.path + blocked), ENOTDIR) << blocked;
 }
 
 TEST(FileTest, theConfigurationFolderFollowsTheEnvironment) {
-    struct CCase {
-        const char* config;
-        const char* home;
-        const char* expected;
-    };
-    const CCase cases[] = {
+    const char* const cases[][3] = {
         {"/some/config/", "/home/me", "/some/config"},
         {"", "/home/me", "/home/me/.config"},
         {"relative", "/home/me/", "/home/me/.config"},
     };
     const char* before = std::getenv("HOME");
     const std::string home = before ? before : "";
-    for (const CCase& c : cases) {
-        setenv("XDG_CONFIG_HOME", c.config, 1);
-        setenv("HOME", c.home, 1);
-        EXPECT_EQ(userConfigFolder(), c.expected);
+    for (const auto& [config, homeFolder, expected] : cases) {
+        setenv("XDG_CONFIG_HOME", config, 1);
+        setenv("HOME", homeFolder, 1);
+        EXPECT_EQ(userConfigFolder(), expected);
     }
     unsetenv("XDG_CONFIG_HOME");
     setenv("HOME", home.c_str(), 1);

@@ -109,11 +109,3 @@ TEST(MessageQueueTest, timersFireWithTheirPeriodAndMayStopThemselves) {
     EXPECT_GE(clockSeconds() - start, 0.03);
     EXPECT_EQ(count.queue.pumpFor(0.03), 0);
 }
-
-TEST(MessageQueueTest, eachThreadHasOneQueueWhileSomebodyHoldsIt) {
-    const auto mine = CMessageQueue::current();
-    EXPECT_EQ(mine, CMessageQueue::current());
-    std::shared_ptr<CMessageQueue> others;
-    std::thread([&] { others = CMessageQueue::current(); }).join();
-    EXPECT_NE(mine, others);
-}

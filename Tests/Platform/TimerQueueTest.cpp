@@ -29,21 +29,6 @@ struct CTicker {
 
 } // namespace
 
-TEST(TimerQueueTest, theFirstCallComesAtOnceAndTheOthersByThePeriod) {
-    CTimerQueue queue;
-    CTicker slow;
-    CTicker fast;
-    int code = -1;
-    const double start = clockSeconds();
-    EXPECT_NE(queue.createTimer(60000, &CTicker::tick, &slow, code), 0U);
-    EXPECT_EQ(code, 0);
-    const uint32_t id = queue.createTimer(5, &CTicker::tick, &fast, code);
-    EXPECT_TRUE(fast.waitFor(6));
-    EXPECT_GE(clockSeconds() - start, 0.025);
-    EXPECT_EQ(slow.ticks, 1);
-    queue.deleteTimer(id);
-}
-
 TEST(TimerQueueTest, aDeletedTimerIsNotBeingCalled) {
     CTimerQueue queue;
     for (int round = 0; round < 20; round++) {

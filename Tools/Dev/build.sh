@@ -16,7 +16,12 @@ configure() { # PRESET [CMake options]
 # The plug-in and the host program alone; needs no test libraries.
 build_product() {
   [[ -f build/release/build.ninja ]] || configure release -DLUM_TESTS=OFF -DLUM_BENCHMARKS=OFF
-  ninja -C build/release SorrelGEQ sorrel-host
+  ninja -C build/release SorrelGEQ sorrel-host sorrel-validate
+}
+
+# The validator with what it is to know of our plug-in.
+validate_product() { # PRESET [OPTIONS]
+  "build/$1/sorrel-validate" "build/$1/SorrelGEQ.so" --linear-phase --golden Tests/Data/Chunks "${@:2}"
 }
 
 build_all() { # PRESET [CMake options]
@@ -24,7 +29,18 @@ build_all() { # PRESET [CMake options]
   ninja -C "build/$1"
 }
 
-build_fuzzers() { build_all fuzz -DLUM_TESTS=OFF -DLUM_BENCHMARKS=OFF; }
+# The test programs that have tests in which threads meet.
+build_tsan() {
+  configure tsan -DLUM_TESTS=ON -DLUM_BENCHMARKS=OFF || return 1
+  ninja -C build/tsan tests_platform tests_core tests_other tests_audio tests_host SorrelGEQ \
+    sorrel-validate
+}
+
+# The fuzzers share their libraries with the tests of the address sanitizer.
+build_fuzzers() {
+  configure asan -DLUM_TESTS=ON -DLUM_BENCHMARKS=OFF || return 1
+  ninja -C build/asan lum_fuzzers
+}
 
 # Runs ctest and ends with a line that counts, "N passed, N failed".
 run_tests() { # PRESET [ctest options]
@@ -46,20 +62,20 @@ run_tests() { # PRESET [ctest options]
 
 run_fuzzers() { # TARGET-or-empty SECONDS
   local program name corpus status=0 found=0
-  for program in build/fuzz/fuzz_*; do
+  for program in build/asan/fuzz_*; do
     [[ -x $program && -f $program ]] || continue
     name=${program##*/fuzz_}
     [[ -z $1 || $1 == "$name" ]] || continue
     found=1
-    corpus=build/fuzz/corpus/$name # grows beside the seeds, which stay as they are
-    mkdir -p "$corpus" build/fuzz/findings
+    corpus=build/asan/corpus/$name # grows beside the seeds, which stay as they are
+    mkdir -p "$corpus" build/findings
     local seeds=()
     [[ -d Tests/Fuzz/Corpus/$name ]] && seeds=("Tests/Fuzz/Corpus/$name")
     echo "fuzzing $name for $2 s"
     "$program" -max_total_time="$2" -timeout=20 -rss_limit_mb=1024 -print_final_stats=1 \
-      -artifact_prefix="build/fuzz/findings/$name-" "$corpus" "${seeds[@]}" \
-      >"build/fuzz/$name.log" 2>&1 || { tail -40 "build/fuzz/$name.log"; status=1; }
-    sed -n 's/^stat::number_of_executed_units: */  executions: /p' "build/fuzz/$name.log"
+      -artifact_prefix="build/findings/$name-" "$corpus" "${seeds[@]}" \
+      >"build/asan/$name.log" 2>&1 || { tail -40 "build/asan/$name.log"; status=1; }
+    sed -n 's/^stat::number_of_executed_units: */  executions: /p' "build/asan/$name.log"
   done
   [[ $found -eq 1 ]] || { echo "there is no fuzz target ${1:-}"; [[ -z $1 ]] || return 1; }
   return $status

@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -31,10 +29,6 @@ int integerBitsOf(int format) {
         if (row.subtype == (format & SF_FORMAT_SUBMASK)) return row.bits;
     }
     return 0;
-}
-
-std::string quoted(const std::filesystem::path& path) {
-    return "\"" + path.string() + "\"";
 }
 
 /// libsndfile's message for a failed write is vague; the system's own tells of a full disk.
@@ -75,32 +69,18 @@ std::int64_t AudioReader::read(double* samples, std::int64_t frames) {
 
 AudioWriter::AudioWriter(const std::filesystem::path& path, int format, int sampleRate,
                          int channels)
-    : path_(path),
-      partial_(path.string() + ".part-" + std::to_string(getpid())),
-      integerBits_(integerBitsOf(format)),
-      channels_(channels) {
-    std::error_code error;
-    const auto status = std::filesystem::status(path, error);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw Failure(quoted(path) + " exists and is no ordinary file");
-    }
-    descriptor_ = open(partial_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor_ < 0) fail(std::strerror(errno));
+    : target_(path), integerBits_(integerBitsOf(format)), channels_(channels) {
     SF_INFO info{};
     info.format = format;
     info.samplerate = sampleRate;
     info.channels = channels;
     errno = 0;
-    file_ = sf_open_fd(descriptor_, SFM_WRITE, &info, SF_FALSE);
-    if (file_ == nullptr) {
-        const std::string reason = writeReason(nullptr);
-        discard();
-        fail(reason);
-    }
+    file_ = sf_open_fd(target_.descriptor(), SFM_WRITE, &info, SF_FALSE);
+    if (file_ == nullptr) target_.fail(writeReason(nullptr));
 }
 
 AudioWriter::~AudioWriter() {
-    discard();
+    if (file_ != nullptr) sf_close(file_);
 }
 
 void AudioWriter::copyTags(const AudioReader& source) {
@@ -118,7 +98,10 @@ void AudioWriter::copyTags(const AudioReader& source) {
 
 void AudioWriter::write(const double* samples, std::int64_t frames) {
     const auto count = static_cast<std::size_t>(frames) * static_cast<std::size_t>(channels_);
-    for (std::size_t i = 0; i < count; ++i) peak_ = std::max(peak_, std::abs(samples[i]));
+    for (std::size_t i = 0; i < count; ++i) {
+        peak_ = std::max(peak_, std::abs(samples[i]));
+        if (!std::isfinite(samples[i])) ++invalid_;
+    }
     errno = 0;
     sf_count_t written = 0;
     if (integerBits_ > 0) {
@@ -127,7 +110,7 @@ void AudioWriter::write(const double* samples, std::int64_t frames) {
     } else {
         written = sf_writef_double(file_, samples, frames);
     }
-    if (written != frames) fail(writeReason(file_));
+    if (written != frames) target_.fail(writeReason(file_));
 }
 
 /// Rounds to the format's own steps here, so that a sample read from 16 bits and unchanged is
@@ -147,21 +130,8 @@ void AudioWriter::quantise(const double* samples, std::size_t count) {
 void AudioWriter::commit() {
     errno = 0;
     const int closed = sf_close(std::exchange(file_, nullptr));
-    if (closed != 0) fail(errno != 0 ? std::strerror(errno) : sf_error_number(closed));
-    if (fsync(descriptor_) != 0) fail(std::strerror(errno));
-    if (close(std::exchange(descriptor_, -1)) != 0) fail(std::strerror(errno));
-    if (std::rename(partial_.c_str(), path_.c_str()) != 0) fail(std::strerror(errno));
-    partial_.clear();
-}
-
-void AudioWriter::fail(const std::string& reason) const {
-    throw Failure("cannot write " + quoted(path_) + ": " + reason);
-}
-
-void AudioWriter::discard() {
-    if (file_ != nullptr) sf_close(std::exchange(file_, nullptr));
-    if (descriptor_ >= 0) close(std::exchange(descriptor_, -1));
-    if (!partial_.empty()) unlink(partial_.c_str());
+    if (closed != 0) target_.fail(errno != 0 ? std::strerror(errno) : sf_error_number(closed));
+    target_.commit();
 }
 
 } // namespace lum::host

@@ -1,6 +1,8 @@
 /// Sound files, read and written through libsndfile.
 #pragma once
 
+#include "Host/WholeFile.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <sndfile.h>
@@ -35,8 +37,7 @@ private:
     SNDFILE* file_ = nullptr;
 };
 
-/// A sound file in the making: it is written beside the final name and takes that name in
-/// commit(). An object that dies before leaves nothing behind.
+/// A sound file in the making, under its name only after commit().
 class AudioWriter {
 public:
     /// format: libsndfile's number, major type and subtype. Throws Failure.
@@ -56,21 +57,19 @@ public:
     void commit();
 
     std::int64_t clippedSamples() const { return clipped_; }
-    double peak() const { return peak_; } // linear, before clipping
+    std::int64_t invalidSamples() const { return invalid_; } // infinite or no number at all
+    double peak() const { return peak_; }                    // linear, before clipping
 
 private:
-    [[noreturn]] void fail(const std::string& reason) const;
-    void discard();
     void quantise(const double* samples, std::size_t count);
 
-    std::filesystem::path path_;
-    std::filesystem::path partial_;
+    PartialFile target_;
     int integerBits_ = 0; // 0: the format stores floating point or is lossy
     int channels_ = 0;
-    int descriptor_ = -1;
     SNDFILE* file_ = nullptr;
     std::vector<int> integers_;
     std::int64_t clipped_ = 0;
+    std::int64_t invalid_ = 0;
     double peak_ = 0.0;
 };
 

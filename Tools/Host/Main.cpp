@@ -2,12 +2,21 @@
 #include "Host/Failure.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
 #include <iostream>
 
 namespace {
 
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+
+/// What was printed may be the result, and the disk behind it full.
+void checkPrinted() {
+    std::cout.flush();
+    if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+        throw lum::host::Failure("cannot write the output");
+    }
+}
 
 } // namespace
 
@@ -23,6 +32,7 @@ int main(int argc, char** argv) {
     lum::host::addLevelsCommand(program);
     try {
         program.parse(argc, argv);
+        checkPrinted();
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : kExitUsage;
     } catch (const std::exception& failure) {

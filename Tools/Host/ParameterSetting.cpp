@@ -101,16 +101,6 @@ SettingText parseSetting(const std::string& argument) {
 }
 
 int findParameter(const PluginInstance& plugin, const std::string& name) {
-    if (name.starts_with('#')) {
-        int index = -1;
-        const char* end = name.c_str() + name.size();
-        const auto [rest, error] = std::from_chars(name.c_str() + 1, end, index);
-        if (error == std::errc{} && rest == end && index >= 0 && index < plugin.parameterCount()) {
-            return index;
-        }
-        throw Failure("there is no parameter " + name + ": the plug-in has " +
-                      std::to_string(plugin.parameterCount()) + ", from #0 on");
-    }
     int inOtherCase = -1;
     for (int i = 0; i < plugin.parameterCount(); ++i) {
         const std::string candidate = plugin.parameterName(i);
@@ -118,6 +108,16 @@ int findParameter(const PluginInstance& plugin, const std::string& name) {
         if (strcasecmp(candidate.c_str(), name.c_str()) == 0) inOtherCase = i;
     }
     if (inOtherCase >= 0) return inOtherCase;
+    const std::string digits = name.substr(name.starts_with('#') ? 1 : 0);
+    int index = -1;
+    const char* end = digits.c_str() + digits.size();
+    const auto [rest, error] = std::from_chars(digits.c_str(), end, index);
+    const bool isNumber = error == std::errc{} && rest == end;
+    if (isNumber && index >= 0 && index < plugin.parameterCount()) return index;
+    if (isNumber || name.starts_with('#')) {
+        throw Failure("there is no parameter " + name + ": the plug-in has " +
+                      std::to_string(plugin.parameterCount()) + ", from #0 on");
+    }
     throw Failure("the plug-in has no parameter \"" + name + "\"" + suggestions(plugin, name));
 }
 
@@ -130,6 +130,17 @@ std::vector<ParameterSetting> resolveSettings(PluginInstance& plugin,
     return settings;
 }
 
+std::size_t startSettingCount(const std::vector<ParameterSetting>& settings) {
+    return static_cast<std::size_t>(std::ranges::count(settings, 0.0, &ParameterSetting::seconds));
+}
+
+void applyStartSettings(PluginInstance& plugin, const std::vector<ParameterSetting>& settings) {
+    const std::size_t count = startSettingCount(settings);
+    for (std::size_t i = 0; i < count; ++i) {
+        plugin.setParameter(settings[i].index, settings[i].value.normalised);
+    }
+}
+
 std::vector<ParameterSetting> applySettings(PluginInstance& plugin,
                                             const std::vector<std::string>& arguments) {
     auto settings = resolveSettings(plugin, arguments);
@@ -138,8 +149,8 @@ std::vector<ParameterSetting> applySettings(PluginInstance& plugin,
             throw Failure("a setting with a time (\"" + setting.shown +
                           "\") has a meaning in render only");
         }
-        plugin.setParameter(setting.index, setting.value.normalised);
     }
+    applyStartSettings(plugin, settings);
     return settings;
 }
 

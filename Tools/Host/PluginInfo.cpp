@@ -96,10 +96,8 @@ PluginInfo gatherInfo(PluginInstance& plugin, const std::string& path) {
     for (const auto& row : kFlags) {
         if (plugin.has(row.flag)) info.flags.emplace_back(row.name);
     }
-    for (int i = 0; i < effect.numPrograms; ++i) {
-        info.programs.push_back(plugin.text(vst::kEffectProgramNameIndexed, i, -1));
-    }
-    info.program = static_cast<int>(plugin.dispatch(vst::kEffectGetProgram));
+    for (int i = 0; i < plugin.programCount(); ++i) info.programs.push_back(plugin.programName(i));
+    info.program = plugin.program();
     info.parameters = gatherParameters(plugin);
     info.latencies = gatherLatencies(plugin);
     info.unknownHostCalls = plugin.session().unknownCalls;

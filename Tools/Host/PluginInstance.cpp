@@ -141,4 +141,31 @@ std::string PluginInstance::parameterDisplay(int index) const {
     return text(vst::kEffectGetParameterDisplay, index);
 }
 
+std::string PluginInstance::programName(int index) const {
+    return text(vst::kEffectProgramNameIndexed, index, -1);
+}
+
+void PluginInstance::setProgram(int index) {
+    dispatch(vst::kEffectBeginSetProgram);
+    dispatch(vst::kEffectSetProgram, 0, index);
+    dispatch(vst::kEffectEndSetProgram);
+}
+
+std::string PluginInstance::chunk(StateKind kind) const {
+    const void* data = nullptr;
+    const auto size =
+        has(vst::kFlagProgramChunks)
+            ? dispatch(vst::kEffectGetChunk, static_cast<std::int32_t>(kind), 0, &data)
+            : 0;
+    if (data == nullptr || size <= 0) throw Failure("the plug-in has no state to save");
+    return {static_cast<const char*>(data), static_cast<std::size_t>(size)};
+}
+
+bool PluginInstance::setChunk(StateKind kind, const std::string& bytes) {
+    if (!has(vst::kFlagProgramChunks)) return false;
+    // The contract takes a plain pointer and only reads from it.
+    return dispatch(vst::kEffectSetChunk, static_cast<std::int32_t>(kind),
+                    static_cast<std::intptr_t>(bytes.size()), const_cast<char*>(bytes.data())) == 1;
+}
+
 } // namespace lum::host

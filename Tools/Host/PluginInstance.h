@@ -3,6 +3,7 @@
 
 #include "Host/HostSession.h"
 #include "Host/PluginModule.h"
+#include "Host/StateFile.h"
 
 #include <optional>
 #include <string>
@@ -52,6 +53,17 @@ public:
     std::string parameterDisplay(int index) const;
     float parameter(int index) const { return effect_->getParameter(effect_, index); }
     void setParameter(int index, float value) { effect_->setParameter(effect_, index, value); }
+
+    int programCount() const { return effect_->numPrograms; }
+    int program() const { return static_cast<int>(dispatch(vst::kEffectGetProgram)); }
+    std::string programName(int index) const;
+    void setProgram(int index);
+
+    /// The state of all programs or of the present one. Throws Failure when there is none to be
+    /// had.
+    std::string chunk(StateKind kind) const;
+    /// False: the plug-in refuses it.
+    bool setChunk(StateKind kind, const std::string& bytes);
 
 private:
     void arrangeChannels(int channels);

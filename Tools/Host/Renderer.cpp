@@ -24,17 +24,18 @@ template <typename Sample>
 class BlockLoop {
 public:
     BlockLoop(PluginInstance& plugin, const RenderJob& job, AudioReader& reader,
-              AudioWriter& writer, const std::vector<ParameterSetting>& settings)
+              AudioWriter& writer)
         : plugin_(plugin),
           job_(job),
           reader_(reader),
           writer_(writer),
-          settings_(settings),
+          settings_(job.settings),
           maxBlock_(*std::ranges::max_element(job.blockSizes)),
           inputs_(plugin.inputCount(), maxBlock_),
           outputs_(plugin.outputCount(), maxBlock_),
           interleaved_(static_cast<std::size_t>(maxBlock_ * reader.channels())),
-          toSkip_(job.compensatesLatency ? plugin.latency() : 0) {}
+          toSkip_(job.compensatesLatency ? plugin.latency() : 0),
+          nextSetting_(startSettingCount(job.settings)) {}
 
     void run(RenderReport& report) {
         const std::int64_t expected = reader_.frames();
@@ -124,22 +125,8 @@ private:
     std::int64_t position_ = 0;   // frames processed
     std::int64_t end_ = kUnknown; // frames to process, known once the input has ended
     std::size_t blockIndex_ = 0;
-    std::size_t nextSetting_ = 0;
+    std::size_t nextSetting_;
 };
-
-/// Settings at time 0 are made before the plug-in starts, so that no fade is heard.
-std::vector<ParameterSetting> prepareSettings(PluginInstance& plugin, const RenderJob& job,
-                                              RenderReport& report) {
-    auto settings = resolveSettings(plugin, job.settings);
-    for (const auto& setting : settings) {
-        std::string words = setting.shown;
-        if (setting.seconds > 0.0) words += " from " + std::to_string(setting.seconds) + " s on";
-        report.settings.push_back(words);
-        if (setting.seconds == 0.0) plugin.setParameter(setting.index, setting.value.normalised);
-    }
-    std::erase_if(settings, [](const auto& setting) { return setting.seconds == 0.0; });
-    return settings;
-}
 
 } // namespace
 
@@ -153,25 +140,30 @@ RenderReport render(PluginInstance& plugin, const RenderJob& job) {
     plugin.suspend();
     plugin.configure(reader.sampleRate(), *std::ranges::max_element(job.blockSizes),
                      reader.channels(), job.precision, vst::ProcessLevel::Offline);
-    const auto settings = prepareSettings(plugin, job, report);
+    applyStartSettings(plugin, job.settings);
     AudioWriter writer(job.output, report.format, rate, reader.channels());
     writer.copyTags(reader);
     plugin.resume();
     report.latency = plugin.latency();
     if (job.precision == Precision::Double) {
-        BlockLoop<double>(plugin, job, reader, writer, settings).run(report);
+        BlockLoop<double>(plugin, job, reader, writer).run(report);
     } else {
-        BlockLoop<float>(plugin, job, reader, writer, settings).run(report);
+        BlockLoop<float>(plugin, job, reader, writer).run(report);
     }
     plugin.suspend();
     writer.commit();
     report.clippedSamples = writer.clippedSamples();
+    report.invalidSamples = writer.invalidSamples();
     report.outputPeak = writer.peak();
     return report;
 }
 
 void requestStop() {
     stopRequested = 1;
+}
+
+bool isStopRequested() {
+    return stopRequested != 0;
 }
 
 } // namespace lum::host

@@ -10,12 +10,12 @@
 
 namespace lum::host {
 
-/// One file to render. A command may hold several, on one instance.
+/// One file to render.
 struct RenderJob {
     std::filesystem::path input;
     std::filesystem::path output;
-    std::vector<std::string> settings;
-    std::vector<int> blockSizes = {512}; // frames, used in turn
+    std::vector<ParameterSetting> settings; // by time
+    std::vector<int> blockSizes = {512};    // frames, used in turn
     Precision precision = Precision::Single;
     std::string subtype; // empty: the input's own where possible
     double tailSeconds = 0.0;
@@ -24,7 +24,6 @@ struct RenderJob {
 
 /// What a rendering did.
 struct RenderReport {
-    std::vector<std::string> settings; // as carried out, in words
     double sampleRate = 0.0;
     int channels = 0;
     int format = 0;
@@ -32,7 +31,8 @@ struct RenderReport {
     std::int64_t framesRead = 0;
     std::int64_t framesWritten = 0;
     std::int64_t clippedSamples = 0;
-    double inputPeak = 0.0; // linear
+    std::int64_t invalidSamples = 0; // no finite numbers
+    double inputPeak = 0.0;          // linear
     double outputPeak = 0.0;
     double processSeconds = 0.0; // inside the plug-in's process calls
 };
@@ -42,5 +42,6 @@ RenderReport render(PluginInstance& plugin, const RenderJob& job);
 
 /// Asks a running rendering to stop; safe in a signal handler.
 void requestStop();
+bool isStopRequested();
 
 } // namespace lum::host

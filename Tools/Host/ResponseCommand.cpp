@@ -4,9 +4,9 @@
 #include "Host/FrequencyResponse.h"
 #include "Host/ParameterSetting.h"
 #include "Host/ResponsePlot.h"
+#include "Host/WholeFile.h"
 
 #include <cstdio>
-#include <fstream>
 #include <iostream>
 #include <memory>
 
@@ -20,6 +20,8 @@ constexpr double kBelowNyquist = 0.999;
 
 struct ResponseOptions {
     std::filesystem::path plugin = pluginBesideProgram();
+    StateRequest state;
+    SaveRequest save;
     std::vector<std::string> settings;
     ResponseRequest request;
     int points = 0; // 0: by the kind of output
@@ -43,20 +45,15 @@ void printCsv(const std::vector<ResponsePoint>& points) {
     }
 }
 
-std::string subtitleOf(const ResponseOptions& options, const PluginInstance& plugin) {
+std::string subtitleOf(const ResponseOptions& options, const std::vector<std::string>& state,
+                       const PluginInstance& plugin) {
     std::string text = std::to_string(static_cast<int>(options.request.sampleRate)) +
                        " Hz, channel " + std::to_string(options.channel) + ", latency of " +
                        std::to_string(plugin.latency()) + " frames removed";
+    for (const auto& words : state) text += "; " + words;
     const std::size_t shown = std::min<std::size_t>(options.settings.size(), 6);
     for (std::size_t i = 0; i < shown; ++i) text += (i == 0 ? "; " : ", ") + options.settings[i];
     return options.settings.size() > shown ? text + ", ..." : text;
-}
-
-void writeSvg(const std::filesystem::path& path, const std::string& svg) {
-    std::ofstream file(path, std::ios::binary);
-    file << svg;
-    file.close();
-    if (!file) throw Failure("cannot write \"" + path.string() + "\"");
 }
 
 void run(ResponseOptions& options) {
@@ -70,15 +67,18 @@ void run(ResponseOptions& options) {
     request.points =
         options.points > 0 ? options.points : (options.svg.empty() ? kTablePoints : kPlotPoints);
     request.highHz = std::min(request.highHz, kBelowNyquist * request.sampleRate / 2.0);
+    const auto state = StateSetup(options.state).apply(plugin);
     const auto settings = applySettings(plugin, options.settings);
+    saveState(plugin, options.save);
     const auto points = measureResponse(plugin, request);
     if (options.svg.empty()) {
         options.isCsv ? printCsv(points) : printTable(points);
         return;
     }
+    for (const auto& words : state) std::cout << "state " << words << '\n';
     for (const auto& setting : settings) std::cout << "set   " << setting.shown << '\n';
     const std::string title = plugin.text(vst::kEffectGetEffectName) + ": frequency response";
-    writeSvg(options.svg, responseSvg(points, title, subtitleOf(options, plugin)));
+    writeWholeFile(options.svg, responseSvg(points, title, subtitleOf(options, state, plugin)));
     std::cout << "plot  " << options.svg.string() << '\n';
 }
 
@@ -89,7 +89,9 @@ void addResponseCommand(CLI::App& program) {
     CLI::App* command = program.add_subcommand(
         "response", "Measure magnitude and phase through the plug-in by an impulse");
     command->footer("Example: sorrel-host response --set 1EQ3=-4.5dB --svg curve.svg");
+    addStateOptions(*command, options->state);
     addSetOption(*command, options->settings, false);
+    addSaveOptions(*command, options->save);
     addPluginOption(*command, options->plugin);
     command->add_option("--rate", options->request.sampleRate, "Sample rate")
         ->type_name("HZ")

@@ -20,42 +20,49 @@ constexpr int kTile = 128; // taps that are summed at a time without a workspace
 platform::CLock buildLock; // held through a build
 std::atomic<CDSPFIREQ*> tables{nullptr};
 
-/// sin(pi * m * x) for m = 1 .. count into sines[m]: evaluated at every 16th m and turned from
-/// there, so that nothing builds up over the taps. sines: [count + 16].
-void fillSines(double x, int count, double* sines) {
-    constexpr int kStep = 16;
-    double turnSin[kStep], turnCos[kStep];
-    for (int k = 0; k < kStep; k++) {
-        turnSin[k] = std::sin(kPi * k * x);
-        turnCos[k] = std::cos(kPi * k * x);
-    }
-    for (int m = 0; m <= count; m += kStep) {
-        const double s = std::sin(kPi * m * x), c = std::cos(kPi * m * x);
-        for (int k = 0; k < kStep; k++) sines[m + k] = s * turnCos[k] + c * turnSin[k];
-    }
-}
+constexpr int kTurns = 32; // distances from the centre that are turned from one evaluated angle
 
-/// The slope integral of the segment from a to b for each distance m from the centre,
-/// (cos(pi m b) - cos(pi m a)) / (b - a), as a product, which loses no digits in short segments.
-struct CSlopes {
-    std::unique_ptr<double[]> values; // [H], from m = 1 on
-    std::unique_ptr<double[]> middle; // sin(pi m (a + b) / 2)
-    std::unique_ptr<double[]> half;   // sin(pi m (b - a) / 2)
-    int count;
+/// exp(i pi k x) for k = kTurns - 1 down to 0: rows run towards the centre.
+struct CTurns {
+    double sines[kTurns];
+    double cosines[kTurns];
 
+    explicit CTurns(double x) {
+        for (int k = 0; k < kTurns; k++) {
+            sines[k] = std::sin(kPi * (kTurns - 1 - k) * x);
+            cosines[k] = std::cos(kPi * (kTurns - 1 - k) * x);
+        }
+    }
+};
+
+/// The slope integral of the segment from a to b at every distance m from the centre,
+/// (cos(pi m b) - cos(pi m a)) / (b - a), in the order of the taps. Taken as the product
+/// -2 sin(pi m (a + b) / 2) sin(pi m (b - a) / 2), which loses no digits in short segments. Only
+/// every 32nd angle is evaluated; nothing builds up over the taps, as each is turned once.
+class CSlopes {
+public:
     explicit CSlopes(int halfLength)
-        : values(new double[static_cast<size_t>(halfLength) + 16]()),
-          middle(new double[static_cast<size_t>(halfLength) + 16]),
-          half(new double[static_cast<size_t>(halfLength) + 16]),
-          count(halfLength) {}
-    void clear() { std::fill_n(values.get(), count, 0.0); }
+        : count(halfLength), memory(new double[static_cast<size_t>(halfLength) + kTurns + 8]()) {}
+    /// [H], and up to 7 values behind for loops in steps.
+    const double* values() const { return memory.get() + kTurns; }
+    void clear() { std::fill_n(memory.get() + kTurns, count, 0.0); }
     void fill(double a, double b) {
-        fillSines(0.5 * (a + b), count - 1, middle.get());
-        fillSines(0.5 * (b - a), count - 1, half.get());
-        const double scale = -2.0 / (b - a);
-        for (size_t m = 1; m < static_cast<size_t>(count); m++)
-            values[m] = middle[m] * half[m] * scale;
+        const double middle = 0.5 * (a + b), half = 0.5 * (b - a), scale = -2.0 / (b - a);
+        const CTurns middleTurns(middle), halfTurns(half);
+        for (int m = 0; m < count; m += kTurns) {
+            const double s1 = std::sin(kPi * m * middle), c1 = std::cos(kPi * m * middle);
+            const double s2 = scale * std::sin(kPi * m * half);
+            const double c2 = scale * std::cos(kPi * m * half);
+            double* place = memory.get() + (count - m); // the tap of distance m + kTurns - 1
+            for (int k = 0; k < kTurns; k++)
+                place[k] = (s1 * middleTurns.cosines[k] + c1 * middleTurns.sines[k]) *
+                           (s2 * halfTurns.cosines[k] + c2 * halfTurns.sines[k]);
+        }
     }
+
+private:
+    int count;
+    std::unique_ptr<double[]> memory; // kTurns values that nobody reads, then those of the taps
 };
 
 double* alignedUp(double* place) {
@@ -98,7 +105,7 @@ CDSPFIREQ::CDSPFIREQ(const CIdentity& wanted)
       cache(wanted.gainCount, 2 * halfLength - 1) {
     const size_t gains = static_cast<size_t>(identity.gainCount);
     const size_t row = static_cast<size_t>(stride);
-    memory.reset(new double[(gains + kSlices + 1) * row + 2 * gains + 8]());
+    memory.reset(new double[(gains + kSlices + 1) * row + 2 * gains + 8]);
     rows = alignedUp(memory.get());
     sliceSums = rows + gains * row;
     total = sliceSums + kSlices * row;
@@ -129,29 +136,32 @@ void CDSPFIREQ::fillGrid() {
 /// at the centre. The outer tents run on flat to 0 and to Nyquist, which adds nothing but area: the
 /// sines of their ends cancel. A last frequency above Nyquist has no flat end.
 void CDSPFIREQ::fillRows() {
-    const int last = identity.gainCount - 1;
+    const int last = identity.gainCount - 1, centre = halfLength - 1;
     const bool hasHigh = nu[last] < 1.0;
-    std::unique_ptr<double[]> factors(new double[static_cast<size_t>(halfLength)]);
+    std::unique_ptr<double[]> factors(new double[static_cast<size_t>(stride)]());
     for (int m = 1; m < halfLength; m++) {
         const double q = 1.0 / (kPi * m);
-        factors[static_cast<size_t>(m)] = std::cos(m * kPi / identity.length) * q * q;
+        factors[static_cast<size_t>(centre - m)] = std::cos(m * kPi / identity.length) * q * q;
     }
     CSlopes before(halfLength), behind(halfLength);
     for (int p = 0; p <= last; p++) {
         std::swap(before, behind); // the segment behind the last tent is the one before this
-        if (p == 0) before.clear();
-        behind.clear();
-        if (p < last) behind.fill(nu[p], nu[p + 1]);
+        if (p < last)
+            behind.fill(nu[p], nu[p + 1]);
+        else
+            behind.clear();
         double* row = rows + static_cast<ptrdiff_t>(p) * stride;
-        for (int m = 1; m < halfLength; m++) {
-            const size_t at = static_cast<size_t>(m);
-            double integral = before.values[at] - behind.values[at];
-            if (p == last && !hasHigh) integral += std::sin(kPi * m * nu[p]) * (kPi * m);
-            row[halfLength - 1 - m] = integral * factors[at];
-        }
+        for (int t = 0; t < stride; t += 8)
+            for (int i = t; i < t + 8; i++)
+                row[i] =
+                    (before.values()[i] - behind.values()[i]) * factors[static_cast<size_t>(i)];
+        if (p == last && !hasHigh)
+            for (int m = 1; m < halfLength; m++)
+                row[centre - m] += std::sin(kPi * m * nu[p]) * (kPi * m) *
+                                   factors[static_cast<size_t>(centre - m)];
         const double rise = p > 0 ? 0.5 * (nu[p] - nu[p - 1]) : nu[0];
         const double fall = p < last ? 0.5 * (nu[p + 1] - nu[p]) : hasHigh ? 1.0 - nu[p] : 0.0;
-        row[halfLength - 1] = rise + fall;
+        row[centre] = rise + fall;
     }
 }
 
@@ -197,8 +207,7 @@ void CDSPFIREQ::sumInWorkspace(const double* gains) {
             for (double& value : values) value = 1.0;
         }
     } kOnes;
-    std::fill_n(total, stride, 0.0);
-    vectorCode().addRows(sliceSums, stride, kOnes.values, kSlices, total, stride);
+    vectorCode().sumRows(sliceSums, stride, kOnes.values, kSlices, total, stride);
 }
 
 /// Takes slices until none is left; the caller and its helper run this side by side.
@@ -215,8 +224,7 @@ void CDSPFIREQ::runSlices(const double* gains) {
 /// Sums of one slice's rows for `count` taps from tap `from` on.
 void CDSPFIREQ::sumSlice(int slice, const double* gains, double* sums, int from, int count) const {
     const int row = firstRow(slice);
-    std::fill_n(sums, count, 0.0);
-    vectorCode().addRows(rows + static_cast<ptrdiff_t>(row) * stride + from, stride, gains + row,
+    vectorCode().sumRows(rows + static_cast<ptrdiff_t>(row) * stride + from, stride, gains + row,
                          firstRow(slice + 1) - row, sums, count);
 }
 

@@ -21,23 +21,13 @@ public:
               int decimation) const LUM_REALTIME;
 
 private:
-    struct CPoint {
-        double x;
-        double y;
-    };
-    struct CGrid {
-        double* values;
-        int size;
-    };
-    double stepsOfSegment(const CPoint& a, const CPoint& b, int resolution) const;
-    CPoint pointAt(const CPoint (&points)[4], int position) const;
-    static void drawLine(const CGrid& grid, CPoint from, CPoint to);
-    static void setOnce(const CGrid& grid, int position, double value);
-    static void decimate(double* out, int resolution, int decimation);
+    void fillSegment(const double (&points)[4], int steps, double factor,
+                     double* out) const LUM_REALTIME;
 
     int count;
     double density;          // steps per grid position of curve length
-    CSampleBlockRef weights; // [count][4]: before, at, after, two after
+    CSampleBlockRef weights; // [4][count]: of the points before, at, after, two after
+    CSampleBlockRef segment; // [2][count]: places in the grid and values of the segment's points
 };
 
 } // namespace lum

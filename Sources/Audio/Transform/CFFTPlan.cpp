@@ -10,6 +10,9 @@ namespace lum {
 
 namespace {
 
+static_assert(CFFTPlan::kMinOrder == CTransformPlan::kMinOrder);
+static_assert(CFFTPlan::kMaxOrder == CTransformPlan::kMaxOrder);
+
 // A spin lock, held for a pointer swap: plans change hands while filters are rebuilt.
 platform::CSpinLock freeLock;
 CFFTPlan* freePlans[CFFTPlan::kMaxOrder + 1] = {};

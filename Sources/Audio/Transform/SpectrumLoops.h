@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 /// Spectrum products and weighted sums, written once for any type V of four lanes, as the passes of
 /// TransformPasses.h are.
 namespace lum {
@@ -43,7 +45,8 @@ struct CSpectrumLoops {
     }
 
     /// Two blocks at a time with all pairs summed in registers: eight independent chains hide the
-    /// latency of the multiply-adds, and a sum is written once instead of once per pair.
+    /// latency of the multiply-adds, and a sum is written once instead of once per pair. Two loads
+    /// a cycle are the limit, so every value is loaded once and no more.
     static void sumProducts(const double* const* a, const double* const* b, int count, double* out,
                             int size) {
         int i = 0;
@@ -60,8 +63,8 @@ struct CSpectrumLoops {
             const double* x = a[j] + at;
             const double* y = b[j] + at;
             for (int n = 0; n < Blocks; n++) {
-                const V xr = V::load(x + 8 * n), xi = V::load(x + 8 * n + 4);
-                const V yr = V::load(y + 8 * n), yi = V::load(y + 8 * n + 4);
+                const V xr = V::loadOnce(x + 8 * n), xi = V::loadOnce(x + 8 * n + 4);
+                const V yr = V::loadOnce(y + 8 * n), yi = V::loadOnce(y + 8 * n + 4);
                 rr[n] = mulAdd(xr, yr, rr[n]);
                 ii[n] = mulAdd(xi, yi, ii[n]);
                 ri[n] = mulAdd(xr, yi, ri[n]);
@@ -74,23 +77,28 @@ struct CSpectrumLoops {
         }
     }
 
-    /// Eight rows at a time, so that a sum is read and written once for eight products.
-    static void addRows(const double* rows, int stride, const double* weights, int rowCount,
+    /// Eight rows at a time, so that a sum is read and written once for eight products. The first
+    /// ones set the sums.
+    static void sumRows(const double* rows, int stride, const double* weights, int rowCount,
                         double* sums, int count) {
+        if (rowCount < 8) std::fill_n(sums, count, 0.0);
         int r = 0;
-        for (; r + 8 <= rowCount; r += 8)
-            addSomeRows<8>(rows + r * stride, stride, weights + r, sums, count);
+        for (; r + 8 <= rowCount; r += 8) {
+            const auto step = r == 0 ? &addSomeRows<8, false> : &addSomeRows<8, true>;
+            step(rows + r * stride, stride, weights + r, sums, count);
+        }
         for (; r < rowCount; r++)
-            addSomeRows<1>(rows + r * stride, stride, weights + r, sums, count);
+            addSomeRows<1, true>(rows + r * stride, stride, weights + r, sums, count);
     }
-    template <int Rows>
+    template <int Rows, bool IsAdding>
     static void addSomeRows(const double* rows, int stride, const double* weights, double* sums,
                             int count) {
         V w[Rows];
         for (int r = 0; r < Rows; r++) w[r] = V::broadcast(weights[r]);
         int t = 0;
         for (; t + 8 <= count; t += 8) { // two chains, as each waits for its last product
-            V first = V::load(sums + t), second = V::load(sums + t + 4);
+            V first = IsAdding ? V::load(sums + t) : V::broadcast(0.0);
+            V second = IsAdding ? V::load(sums + t + 4) : V::broadcast(0.0);
             for (int r = 0; r < Rows; r++) {
                 first = mulAdd(w[r], V::load(rows + r * stride + t), first);
                 second = mulAdd(w[r], V::load(rows + r * stride + t + 4), second);
@@ -98,8 +106,10 @@ struct CSpectrumLoops {
             first.store(sums + t);
             second.store(sums + t + 4);
         }
-        for (; t < count; t++)
+        for (; t < count; t++) {
+            if (!IsAdding) sums[t] = 0.0;
             for (int r = 0; r < Rows; r++) sums[t] += weights[r] * rows[r * stride + t];
+        }
     }
 
     static double dotProduct(const double* a, const double* b, int count) {

@@ -1,6 +1,5 @@
 #include "Audio/Transform/TransformTables.h"
 
-#include "Audio/Transform/CFFTPlan.h"
 #include "Platform/Lock.h"
 
 #include <cmath>
@@ -20,51 +19,55 @@ struct CRoot {
     double im;
 };
 
-/// exp(-2 pi i k / n), n a power of two of at least 8. Only angles up to a quarter of pi are
-/// evaluated, so that the roots have the exact symmetries of the circle.
-CRoot unitRoot(int64_t k, int64_t n) {
-    k &= n - 1;
-    const int64_t quarter = n / 4;
-    const int64_t quadrant = k / quarter;
-    const int64_t rest = k % quarter;
-    const bool isSwapped = rest > quarter / 2;
-    const double angle = 2.0 * std::numbers::pi *
-                         static_cast<double>(isSwapped ? quarter - rest : rest) /
-                         static_cast<double>(n);
-    double c = std::cos(angle);
-    double s = std::sin(angle);
-    if (isSwapped) std::swap(c, s);
-    switch (quadrant) {
-    case 0:
-        return {c, -s};
-    case 1:
-        return {-s, -c};
-    case 2:
-        return {-c, s};
-    default:
-        return {s, c};
+} // namespace
+
+/// The roots exp(-2 pi i k / N) of the largest circle that an order needs. Only angles up to a
+/// quarter of pi are evaluated, each once, so that the roots have the exact symmetries of the
+/// circle and a plan is made in a fraction of a millisecond.
+class CCircle {
+public:
+    explicit CCircle(int circleSize)
+        : size(circleSize),
+          eighth(static_cast<CRoot*>(
+              pool::alloc((static_cast<size_t>(size) / 8 + 1) * sizeof(CRoot)))) {
+        for (int k = 0; k <= size / 8; k++) {
+            const double angle = 2.0 * std::numbers::pi * k / circleSize;
+            eighth[k] = {std::cos(angle), std::sin(angle)};
+        }
     }
-}
+    ~CCircle() { pool::free(eighth); }
+    CCircle(const CCircle&) = delete;
+    CCircle& operator=(const CCircle&) = delete;
+
+    /// exp(-2 pi i k / n); n divides the circle.
+    CRoot root(int64_t k, int64_t n) const {
+        k = k * (size / n) & (size - 1);
+        const int64_t quarter = size / 4;
+        const int64_t rest = k % quarter;
+        const bool isSwapped = rest > quarter / 2;
+        auto [c, s] = eighth[isSwapped ? quarter - rest : rest];
+        if (isSwapped) std::swap(c, s);
+        switch (k / quarter) {
+        case 0:
+            return {c, -s};
+        case 1:
+            return {-s, -c};
+        case 2:
+            return {-c, s};
+        default:
+            return {s, c};
+        }
+    }
+
+private:
+    int64_t size;
+    CRoot* eighth; // [N / 8 + 1] cosines and sines
+};
+
+namespace {
 
 platform::CLock tablesLock;
-CTransformTables* tablesByOrder[CFFTPlan::kMaxOrder + 1] = {};
-
-/// Inner passes by the number of bits that time pass and split pass leave over.
-constexpr int kRadices[13][CTransformTables::kMaxPasses] = {
-    {},           // order 5
-    {2},          // order 6
-    {4},          // order 7
-    {8},          // order 8
-    {4, 4},       // order 9
-    {4, 8},       // order 10
-    {8, 8},       // order 11
-    {4, 4, 8},    // order 12
-    {4, 8, 8},    // order 13
-    {8, 8, 8},    // order 14
-    {4, 4, 8, 8}, // order 15
-    {4, 8, 8, 8}, // order 16
-    {8, 8, 8, 8}, // order 17
-};
+CTransformTables* tablesByOrder[CTransformPlan::kMaxOrder + 1] = {};
 
 } // namespace
 
@@ -83,51 +86,42 @@ void CTransformTables::releaseAll() {
     }
 }
 
-CTransformTables::CTransformTables(int order) : points(1 << (order - 1)) {
-    planPasses(order - CFFTPlan::kMinOrder);
-    size_t values = static_cast<size_t>(points) * 3 / 2 + static_cast<size_t>(points) / 2 + 32;
+CTransformTables::CTransformTables(int planOrder)
+    : CTransformPlan(CTransformPlan::of(planOrder)), order(planOrder) {
+    size_t values = 4 * static_cast<size_t>(points) + 40;
     for (int i = 0; i < passCount; i++)
         values += static_cast<size_t>(passes[i].groups * (passes[i].radix - 1) * 2 + 8);
     memory = pool::alloc(values * sizeof(double) + 64);
     const uintptr_t aligned = (reinterpret_cast<uintptr_t>(memory) + 63) & ~uintptr_t{63};
-    fillSplit(fillPasses(fillTime(reinterpret_cast<double*>(aligned))));
+    const CCircle circle(2 * points);
+    double* place = fillTime(reinterpret_cast<double*>(aligned), circle);
+    place = fillPasses(place, circle);
+    fillSplit(place, circle);
 }
 
 CTransformTables::~CTransformTables() {
     pool::free(memory);
 }
 
-void CTransformTables::planPasses(int bits) {
-    int stride = 4;
-    for (int radix : kRadices[bits]) {
-        if (radix == 0) break;
-        CTransformPass& pass = passes[passCount++];
-        pass.radix = radix;
-        pass.blocks = stride / 4;
-        pass.groups = points / (stride * radix);
-        stride *= radix;
-    }
-}
-
-double* CTransformTables::fillTime(double* place) {
+double* CTransformTables::fillTime(double* place, const CCircle& circle) {
     timeTwiddles = place;
-    for (int p = 0; p < points / 4; p += 4)
-        for (int leg = 1; leg < 4; leg++, place += 8)
+    for (int p = 0; p < points / timeRadix; p += 4)
+        for (int leg = 1; leg < timeRadix; leg++, place += 8)
             for (int lane = 0; lane < 4; lane++) {
-                CRoot root = unitRoot(int64_t{leg} * (p + kLane[lane]), points);
+                const CRoot root = circle.root(int64_t{leg} * (p + kLane[lane]), points);
                 place[lane] = root.re;
                 place[lane + 4] = root.im;
             }
     return place;
 }
 
-double* CTransformTables::fillPasses(double* place) {
+double* CTransformTables::fillPasses(double* place, const CCircle& circle) {
     for (int i = 0; i < passCount; i++) {
         CTransformPass& pass = passes[i];
         pass.twiddles = place;
         for (int p = 0; p < pass.groups; p++)
             for (int leg = 1; leg < pass.radix; leg++, place += 2) {
-                CRoot root = unitRoot(int64_t{leg} * p, int64_t{pass.radix} * pass.groups);
+                const CRoot root = circle.root(int64_t{leg} * p, int64_t{pass.radix} * pass.groups);
                 place[0] = root.re;
                 place[1] = root.im;
             }
@@ -136,10 +130,10 @@ double* CTransformTables::fillPasses(double* place) {
     return place;
 }
 
-void CTransformTables::fillSplit(double* place) {
+void CTransformTables::fillSplit(double* place, const CCircle& circle) {
     // (-i / 2) * exp(-2 pi i k / N): the half of the separation and its turn in one factor.
-    auto put = [this](double* target, int lane, int bin) {
-        CRoot root = unitRoot(bin, 2 * int64_t{points});
+    auto put = [&](double* target, int lane, int bin) {
+        const CRoot root = circle.root(bin, 2 * int64_t{points});
         target[lane] = 0.5 * root.im;
         target[lane + 4] = -0.5 * root.re;
     };
@@ -150,7 +144,7 @@ void CTransformTables::fillSplit(double* place) {
             for (int lane = 0; lane < 4; lane++) put(place, lane, q + kLane[lane] + leg * stride);
     middleTwiddles = place;
     for (int lane = 0; lane < 4; lane++) {
-        const int bin = stride > 4 ? stride / 2 + lane * stride : points / 2;
+        const int bin = stride > 4 ? stride / 2 + kLane[lane] * stride : points / 2;
         put(place, lane, bin);
     }
 }

@@ -29,10 +29,10 @@ struct CVectorCode {
     void (*sumProducts)(const double* const* a, const double* const* b, int count, double* out,
                         int size);
 
-    /// sums[t] += weights[r] * rows[r * stride + t] for `rowCount` rows in ascending order and t
-    /// from 0 to `count` - 1. With counts that are multiples of 8 a sum has the same bits however
-    /// the range of t is divided.
-    void (*addRows)(const double* rows, int stride, const double* weights, int rowCount,
+    /// sums[t] = the sum over r of weights[r] * rows[r * stride + t], `rowCount` rows in ascending
+    /// order, t from 0 to `count` - 1. With counts that are multiples of 8 a sum has the same bits
+    /// however the range of t is divided.
+    void (*sumRows)(const double* rows, int stride, const double* weights, int rowCount,
                     double* sums, int count);
     /// Scalar product of two arrays of `count` values.
     double (*dotProduct)(const double* a, const double* b, int count);

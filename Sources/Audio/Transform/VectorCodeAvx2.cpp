@@ -17,6 +17,12 @@ struct CVec4 {
     __m256d v;
 
     static CVec4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+    /// Into a register: as an operand of two instructions the compiler would load it twice.
+    static CVec4 loadOnce(const double* p) {
+        CVec4 value = load(p);
+        asm("" : "+x"(value.v));
+        return value;
+    }
     void store(double* p) const { _mm256_storeu_pd(p, v); }
     static CVec4 broadcast(double x) { return {_mm256_set1_pd(x)}; }
     friend CVec4 operator+(CVec4 a, CVec4 b) { return {_mm256_add_pd(a.v, b.v)}; }
@@ -36,32 +42,37 @@ struct CVec4 {
         _mm256_storeu_pd(p, _mm256_unpacklo_pd(re.v, im.v));
         _mm256_storeu_pd(p + 4, _mm256_unpackhi_pd(re.v, im.v));
     }
-    static void loadPairsReversed(const double* p, CVec4& re, CVec4& im) {
-        const __m256d first = swapHalves(_mm256_loadu_pd(p + 4)); // points 0, 1
-        const __m256d second = swapHalves(_mm256_loadu_pd(p));    // points 2, 3
-        re.v = _mm256_unpacklo_pd(first, second);
-        im.v = _mm256_unpackhi_pd(first, second);
+    /// Point 0 at `first`, the others from `second` on, `step` values apart.
+    static void loadPoints(const double* first, const double* second, ptrdiff_t step, CVec4& re,
+                           CVec4& im) {
+        const __m256d points01 = _mm256_loadu2_m128d(second, first);
+        const __m256d points23 = _mm256_loadu2_m128d(second + 2 * step, second + step);
+        re.v = _mm256_unpacklo_pd(points01, points23);
+        im.v = _mm256_unpackhi_pd(points01, points23);
     }
-    static void storePairsReversed(double* p, CVec4 re, CVec4 im) {
-        _mm256_storeu_pd(p, swapHalves(_mm256_unpackhi_pd(re.v, im.v)));
-        _mm256_storeu_pd(p + 4, swapHalves(_mm256_unpacklo_pd(re.v, im.v)));
+    static void storePoints(double* first, double* second, ptrdiff_t step, CVec4 re, CVec4 im) {
+        _mm256_storeu2_m128d(second, first, _mm256_unpacklo_pd(re.v, im.v));
+        _mm256_storeu2_m128d(second + 2 * step, second + step, _mm256_unpackhi_pd(re.v, im.v));
+    }
+    static void storePoint(double* p, CVec4 re, CVec4 im) {
+        _mm_storeu_pd(p, _mm256_castpd256_pd128(_mm256_unpacklo_pd(re.v, im.v)));
     }
     /// Lane l of the four rows goes to the block of point l: 0, 2, 1, 3.
+    template <int Stride>
     static void storeTransposed(double* p, CVec4 a, CVec4 b, CVec4 c, CVec4 d) {
         const __m256d ab0 = _mm256_unpacklo_pd(a.v, b.v), ab1 = _mm256_unpackhi_pd(a.v, b.v);
         const __m256d cd0 = _mm256_unpacklo_pd(c.v, d.v), cd1 = _mm256_unpackhi_pd(c.v, d.v);
         _mm256_storeu_pd(p, _mm256_permute2f128_pd(ab0, cd0, 0x20));
-        _mm256_storeu_pd(p + 8, _mm256_permute2f128_pd(ab0, cd0, 0x31));
-        _mm256_storeu_pd(p + 16, _mm256_permute2f128_pd(ab1, cd1, 0x20));
-        _mm256_storeu_pd(p + 24, _mm256_permute2f128_pd(ab1, cd1, 0x31));
+        _mm256_storeu_pd(p + Stride, _mm256_permute2f128_pd(ab0, cd0, 0x31));
+        _mm256_storeu_pd(p + 2 * Stride, _mm256_permute2f128_pd(ab1, cd1, 0x20));
+        _mm256_storeu_pd(p + 3 * Stride, _mm256_permute2f128_pd(ab1, cd1, 0x31));
     }
+    template <int Stride>
     static void loadTransposed(const double* p, CVec4& a, CVec4& b, CVec4& c, CVec4& d) {
-        const __m256d r0 = _mm256_loadu_pd(p), r1 = _mm256_loadu_pd(p + 16);
-        const __m256d r2 = _mm256_loadu_pd(p + 8), r3 = _mm256_loadu_pd(p + 24);
-        const __m256d low0 = _mm256_permute2f128_pd(r0, r2, 0x20); // a0 b0 a2 b2
-        const __m256d low1 = _mm256_permute2f128_pd(r1, r3, 0x20);
-        const __m256d high0 = _mm256_permute2f128_pd(r0, r2, 0x31);
-        const __m256d high1 = _mm256_permute2f128_pd(r1, r3, 0x31);
+        const __m256d low0 = _mm256_loadu2_m128d(p + Stride, p); // a0 b0 a2 b2
+        const __m256d low1 = _mm256_loadu2_m128d(p + 3 * Stride, p + 2 * Stride);
+        const __m256d high0 = _mm256_loadu2_m128d(p + Stride + 2, p + 2);
+        const __m256d high1 = _mm256_loadu2_m128d(p + 3 * Stride + 2, p + 2 * Stride + 2);
         a.v = _mm256_unpacklo_pd(low0, low1);
         b.v = _mm256_unpackhi_pd(low0, low1);
         c.v = _mm256_unpacklo_pd(high0, high1);
@@ -76,12 +87,9 @@ struct CVec4 {
         const __m256d ab = _mm256_unpacklo_pd(a.v, b.v), cd = _mm256_unpacklo_pd(c.v, d.v);
         return {_mm256_permute2f128_pd(ab, cd, 0x20)};
     }
-
-private:
-    static __m256d swapHalves(__m256d a) { return _mm256_permute2f128_pd(a, a, 0x01); }
 };
 
-using CPasses = CTransform<CVec4>;
+using CPasses = CTransform<CVec4, 9>; // orders 5 to 13
 using CPacked = CPackedLayout<CVec4>;
 using CBlocked = CBlockedLayout<CVec4>;
 using CLoops = CSpectrumLoops<CVec4>;
@@ -91,7 +99,7 @@ using CLoops = CSpectrumLoops<CVec4>;
 const CVectorCode kVectorCodeAvx2 = {
     &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::addRows,           &CLoops::dotProduct,
+    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };
 
 } // namespace lum

@@ -12,6 +12,7 @@ struct CVec4 {
     double v[4];
 
     static CVec4 load(const double* p) { return {{p[0], p[1], p[2], p[3]}}; }
+    static CVec4 loadOnce(const double* p) { return load(p); }
     void store(double* p) const {
         for (int i = 0; i < 4; i++) p[i] = v[i];
     }
@@ -39,32 +40,44 @@ struct CVec4 {
                                  re.v[1], im.v[1], re.v[3], im.v[3]};
         for (int i = 0; i < 8; i++) p[i] = pairs[i];
     }
-    static void loadPairsReversed(const double* p, CVec4& re, CVec4& im) {
-        re = {{p[6], p[2], p[4], p[0]}};
-        im = {{p[7], p[3], p[5], p[1]}};
+    /// Point 0 at `first`, the others from `second` on, `step` values apart.
+    static void loadPoints(const double* first, const double* second, ptrdiff_t step, CVec4& re,
+                           CVec4& im) {
+        const double* const third = second + step;
+        const double* const fourth = third + step;
+        re = {{first[0], third[0], second[0], fourth[0]}};
+        im = {{first[1], third[1], second[1], fourth[1]}};
     }
-    static void storePairsReversed(double* p, const CVec4& re, const CVec4& im) {
-        const double pairs[8] = {re.v[3], im.v[3], re.v[1], im.v[1],
-                                 re.v[2], im.v[2], re.v[0], im.v[0]};
-        for (int i = 0; i < 8; i++) p[i] = pairs[i];
+    static void storePoints(double* first, double* second, ptrdiff_t step, const CVec4& re,
+                            const CVec4& im) {
+        double* const places[4] = {first, second + step, second, second + 2 * step};
+        for (int l = 0; l < 4; l++) {
+            places[l][0] = re.v[l];
+            places[l][1] = im.v[l];
+        }
+    }
+    static void storePoint(double* p, const CVec4& re, const CVec4& im) {
+        p[0] = re.v[0];
+        p[1] = im.v[0];
     }
     /// Lane l of the four rows goes to the block of point l: 0, 2, 1, 3.
+    template <int Stride>
     static void storeTransposed(double* p, const CVec4& a, const CVec4& b, const CVec4& c,
                                 const CVec4& d) {
-        constexpr int kBlock[4] = {0, 16, 8, 24};
+        constexpr int kPoint[4] = {0, 2, 1, 3};
         for (int l = 0; l < 4; l++) {
-            double* row = p + kBlock[l];
+            double* row = p + Stride * kPoint[l];
             row[0] = a.v[l];
             row[1] = b.v[l];
             row[2] = c.v[l];
             row[3] = d.v[l];
         }
     }
+    template <int Stride>
     static void loadTransposed(const double* p, CVec4& a, CVec4& b, CVec4& c, CVec4& d) {
-        a = {{p[0], p[16], p[8], p[24]}};
-        b = {{p[1], p[17], p[9], p[25]}};
-        c = {{p[2], p[18], p[10], p[26]}};
-        d = {{p[3], p[19], p[11], p[27]}};
+        CVec4* const rows[4] = {&a, &b, &c, &d};
+        for (int r = 0; r < 4; r++)
+            *rows[r] = {{p[r], p[2 * Stride + r], p[Stride + r], p[3 * Stride + r]}};
     }
     /// Points q..q+3 backwards and one on: lanes of points 0, 2, 3, 1 with 0 out of `before`.
     static CVec4 mirror(const CVec4& a, const CVec4& before) {
@@ -80,7 +93,7 @@ struct CVec4 {
     }
 };
 
-using CPasses = CTransform<CVec4>;
+using CPasses = CTransform<CVec4, 0>;
 using CPacked = CPackedLayout<CVec4>;
 using CBlocked = CBlockedLayout<CVec4>;
 using CLoops = CSpectrumLoops<CVec4>;
@@ -90,7 +103,7 @@ using CLoops = CSpectrumLoops<CVec4>;
 const CVectorCode kVectorCodePlain = {
     &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::addRows,           &CLoops::dotProduct,
+    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };
 
 } // namespace lum

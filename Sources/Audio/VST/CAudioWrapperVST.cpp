@@ -50,10 +50,6 @@ constexpr intptr_t kWheelValue = 0x57686565; // "Whee"
 constexpr size_t kValueText = 8;             // characters of "%f" that fit the host's buffer
 constexpr int kTransportBits = 14;
 
-bool isTrue(const CString& text) {
-    return text == "true" || text == "1";
-}
-
 /// Takes a lock for a scope if there is one.
 class COptionalGuard {
 public:
@@ -92,6 +88,7 @@ CAudioWrapperVST::CAudioWrapperVST(HostCallback hostCallback) : CVSTEffect(hostC
 }
 
 CAudioWrapperVST::~CAudioWrapperVST() {
+    disconnectHost();
     liveCount--;
 }
 
@@ -113,10 +110,10 @@ void CAudioWrapperVST::readHost() {
         CVSTHostTraits::of(static_cast<int32_t>(std::max<intptr_t>(callHost(kHostVersion), 1)),
                            askHostText(kHostGetProductString, kLongestHostName),
                            askHostText(kHostGetVendorString, kLongestHostName));
-    CString isSynced;
-    CAppDataGroup::get().getString(isSynced, "vst-func-sync", "false");
-    if (isTrue(isSynced) || traits.needsSyncLock) syncLock = std::make_unique<platform::CLock>();
+    if (traits.needsSyncLock || readFlag(CAppDataGroup::get(), "vst-func-sync", false))
+        syncLock = std::make_unique<platform::CLock>();
     allowsLabelImport = traits.allowsLabelImport;
+    system::setFocusOnClick(traits.takesFocusOnClick);
     inputChannels = traits.isMultiChannel && !forceTwoChannels ? intChannelCount : 2;
     outputChannels = inputChannels;
     inputBusChannels = inputChannels;

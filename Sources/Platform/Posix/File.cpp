@@ -25,11 +25,11 @@ int flagsOf(FileMode mode) {
     case FileMode::ReadWrite:
         return O_RDWR | O_CREAT;
     case FileMode::Rewrite:
-        return O_RDWR | O_CREAT | O_TRUNC;
+        return O_WRONLY | O_CREAT | O_TRUNC;
     case FileMode::Append:
-        return O_RDWR | O_CREAT;
+        return O_WRONLY | O_CREAT;
     case FileMode::CreateNew:
-        return O_RDWR | O_CREAT | O_EXCL;
+        return O_WRONLY | O_CREAT | O_EXCL;
     }
     return O_RDONLY;
 }
@@ -105,6 +105,7 @@ int openFile(const std::string& path, FileMode mode, int& handle) noexcept {
         close(opened);
         return code;
     }
+    posix_fadvise(opened, 0, 0, POSIX_FADV_SEQUENTIAL); // a hint; refusal is no failure
     handle = opened;
     return 0;
 }
@@ -160,7 +161,21 @@ int sizeOfFile(int handle, uint64_t& size) noexcept {
 }
 
 int flushFile(int handle) noexcept {
-    return codeOf(fsync(handle));
+    // Some file systems have nothing to flush to, and say that the call is not for them.
+    const int code = codeOf(fsync(handle));
+    return code == EINVAL || code == ENOSYS ? 0 : code;
+}
+
+int findReplaced(const std::string& path, std::string& file) noexcept {
+    file = path;
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0) return errno == ENOENT ? 0 : errno;
+    if (S_ISDIR(info.st_mode)) return EISDIR;
+    if (!S_ISREG(info.st_mode)) return EINVAL;
+    char resolved[PATH_MAX];
+    if (!realpath(path.c_str(), resolved)) return errno;
+    file = resolved;
+    return 0;
 }
 
 int renameFile(const std::string& from, const std::string& to) noexcept {
@@ -180,8 +195,8 @@ int makeFolders(const std::string& path) noexcept {
     for (size_t end = 1; end <= path.size(); end++) {
         if (end < path.size() && path[end] != '/') continue;
         const std::string part = path.substr(0, end);
-        if (mkdir(part.c_str(), kFolderRights) == 0 || isFolder(part)) continue;
-        return errno == EEXIST ? ENOTDIR : errno;
+        const int code = codeOf(mkdir(part.c_str(), kFolderRights));
+        if (code != 0 && !isFolder(part)) return code == EEXIST ? ENOTDIR : code;
     }
     return 0;
 }

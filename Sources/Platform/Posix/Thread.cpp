@@ -1,6 +1,7 @@
 #include "Platform/Thread.h"
 
 #include <csignal>
+#include <initializer_list>
 #include <sched.h>
 
 namespace lum::platform {
@@ -12,14 +13,27 @@ uint64_t currentThreadId() noexcept {
         reinterpret_cast<uintptr_t>(reinterpret_cast<void*>(pthread_self())));
 }
 
+namespace {
+
+/// The signals for the host's threads alone. Those of a fault stay with the thread that is at
+/// fault, or a host's report of its own crash would not be written.
+sigset_t hostSignals() noexcept {
+    sigset_t set;
+    sigfillset(&set);
+    for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGABRT, SIGSYS})
+        sigdelset(&set, fault);
+    return set;
+}
+
+} // namespace
+
 int CNativeThread::start(Entry entry, void* argument) noexcept {
     entryPoint = entry;
     entryArgument = argument;
     // A new thread takes over the mask of the one that makes it.
-    sigset_t all;
+    const sigset_t masked = hostSignals();
     sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthread_sigmask(SIG_BLOCK, &masked, &before);
     const int code = pthread_create(&handle, nullptr, &CNativeThread::run, this);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return code;
