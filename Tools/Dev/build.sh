@@ -16,7 +16,12 @@ configure() { # PRESET [CMake options]
 # The plug-in and the host program alone; needs no test libraries.
 build_product() {
   [[ -f build/release/build.ninja ]] || configure release -DLUM_TESTS=OFF -DLUM_BENCHMARKS=OFF
-  ninja -C build/release SorrelGEQ sorrel-host
+  ninja -C build/release SorrelGEQ sorrel-host sorrel-validate
+}
+
+# The validator with what it is to know of our plug-in.
+validate_product() { # PRESET [OPTIONS]
+  "build/$1/sorrel-validate" "build/$1/SorrelGEQ.so" --linear-phase --golden Tests/Data/Chunks "${@:2}"
 }
 
 build_all() { # PRESET [CMake options]
@@ -27,7 +32,8 @@ build_all() { # PRESET [CMake options]
 # The test programs that have tests in which threads meet.
 build_tsan() {
   configure tsan -DLUM_TESTS=ON -DLUM_BENCHMARKS=OFF || return 1
-  ninja -C build/tsan tests_platform tests_core tests_other tests_audio tests_host
+  ninja -C build/tsan tests_platform tests_core tests_other tests_audio tests_host SorrelGEQ \
+    sorrel-validate
 }
 
 # The fuzzers share their libraries with the tests of the address sanitizer.

@@ -49,6 +49,9 @@ check_tsan() { build_tsan && run_tests tsan -R "$THREADED_TESTS"; }
 
 check_realtime() { build/release/tests_realtime; }
 
+# The whole binary as a host sees it.
+check_conformance() { validate_product release --quick; }
+
 # Sources that changed since the main branch, or with the last commit where this is that branch.
 changed_sources() {
   local base
@@ -103,7 +106,7 @@ cmd_lint() {
 cmd_check() {
   need "${PACKAGES_BUILD[@]}" "${PACKAGES_TEST[@]}" "${PACKAGES_CHECK[@]}"
   local status=0
-  run_steps format includes words gcc registered headers realtime tidy || status=1
+  run_steps format includes words gcc registered headers realtime conformance tidy || status=1
   echo "the sanitizers and the fuzzers run by ./dev asan, ./dev tsan and ./dev fuzz"
   return $status
 }

@@ -4,7 +4,8 @@
 PACKAGES_BUILD=(g++ make cmake ninja-build ccache zlib1g-dev liblz4-dev libpugixml-dev libcli11-dev
   libsndfile1-dev pkg-config librsvg2-dev libfreetype-dev libpng-dev fonts-inter fonts-dejavu-core)
 PACKAGES_TEST=(libgtest-dev libbenchmark-dev libfftw3-dev libpixman-1-dev)
-PACKAGES_CHECK=(git clang clang-format clang-tidy libclang-rt-14-dev)
+PACKAGES_VALIDATE=(locales) # for a locale with a decimal comma
+PACKAGES_CHECK=("${PACKAGES_VALIDATE[@]}" git clang clang-format clang-tidy libclang-rt-14-dev)
 PACKAGES_DEMO=(sonic-pi-samples librsvg2-bin) # recordings in the public domain; SVG to PNG
 
 is_installed() {
