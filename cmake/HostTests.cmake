@@ -25,6 +25,12 @@ if(NOT LUM_SANITIZE)
   gtest_discover_tests(tests_realtime DISCOVERY_MODE PRE_TEST PROPERTIES RUN_SERIAL TRUE)
 endif()
 
+# Faults of disk, memory and data: stores and files by the engine's classes, the rest by the binary.
+lum_test(tests_faults Faults lum_audio ${CMAKE_DL_LIBS})
+add_dependencies(tests_faults SorrelGEQ)
+target_compile_definitions(tests_faults PRIVATE LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>"
+  LUM_PRODUCT_FOLDER="${LUM_PRODUCT_DIR}")
+
 # Chunks of earlier versions load to the values written beside them.
 add_test(NAME golden_chunks COMMAND sorrel-validate $<TARGET_FILE:SorrelGEQ> --only golden
          --golden ${CMAKE_SOURCE_DIR}/Tests/Data/Chunks)

@@ -1,12 +1,14 @@
 #include "Core/CLumMemAllocator.h"
 
 #include "Core/CLog.h"
+#include "Platform/File.h"
 #include "Platform/Lock.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -129,9 +131,16 @@ __attribute__((destructor(101))) void releaseChunks() {
     for (CSizeClass& record : classTable.records) record.releaseChunks();
 }
 
-/// Whoever asks for memory expects a block, so there is no way on without one.
+/// Whoever asks for memory expects a block, so there is no way on without one. The shipped form has
+/// no log; the line on standard error tells why the host is gone. Nothing here allocates.
 [[noreturn]] void refuse(size_t size) {
     logFormat("The system refused %zu bytes of memory.", size);
+    char line[80];
+    const int length =
+        std::snprintf(line, sizeof line, "The system refused %zu bytes of memory.\n", size);
+    uint64_t written = 0;
+    (void)platform::writeFile(platform::standardFile(platform::StandardFile::Error), line,
+                              static_cast<size_t>(length), written);
     std::abort();
 }
 

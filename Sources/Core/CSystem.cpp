@@ -4,6 +4,8 @@
 #include "Platform/File.h"
 #include "Platform/MessageQueue.h"
 
+#include <cstdlib>
+
 namespace lum::system {
 
 namespace {
@@ -63,6 +65,14 @@ CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_
     if (const int code = queue.post(address, message, value))
         return LUM_FAIL("@lumstr_CSystem_sendEvent_PostMessage Post message error %1.", code);
     return nullptr;
+}
+
+bool hasMemory(size_t bytes) noexcept {
+    auto* memory = static_cast<volatile char*>(std::malloc(bytes));
+    if (!memory) return false;
+    *memory = 0; // keeps the compiler from taking the request out
+    std::free(const_cast<char*>(memory));
+    return true;
 }
 
 void showError(CErrorResult error) {

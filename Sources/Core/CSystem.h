@@ -23,6 +23,11 @@ CString getModuleDirectory();
 CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_t message,
                        intptr_t value);
 
+/// Whether the system would give so many bytes at this moment. The pool ends the process when it is
+/// refused memory, so a large beginning asks here, where there still is a way back. Nothing is
+/// kept. Any thread but the audio thread.
+[[nodiscard]] bool hasMemory(size_t bytes) noexcept;
+
 /// The last resort: prints the error to the log and reports it to the user with the fixed text.
 /// Both texts go to standard error. It opens no window and waits for nobody, so that a host that
 /// scans its plug-ins unattended goes on. Any thread but the audio thread.

@@ -4,14 +4,10 @@
 #include "Core/CWriteSeqBuffer.h"
 #include "Core/TempFolder.h"
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <random>
-#include <set>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -235,81 +231,4 @@ TEST_F(AppData, theStorageTypesNameTheThreeStores) {
         store->setString("name", "x", nullptr);
         EXPECT_FALSE(folder.get(file).empty()) << file;
     }
-}
-
-namespace {
-
-/// A record of many equal, badly packed parts, so that a mixture of two is seen.
-std::string patternOf(uint32_t seed) {
-    std::mt19937 random(seed);
-    std::string all;
-    for (int i = 0; i < 20000; i++) all += static_cast<char>(random());
-    return all;
-}
-
-/// Writes patterns in turn for ever in a process of its own; returns when it has written one.
-pid_t startWriter(const CTempFolder& folder, uint32_t firstSeed) {
-    const std::string patterns[] = {patternOf(firstSeed), patternOf(firstSeed + 1)};
-    int ready[2] = {};
-    EXPECT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    if (child != 0) {
-        char byte = 0;
-        close(ready[1]);
-        EXPECT_EQ(read(ready[0], &byte, 1), 1);
-        close(ready[0]);
-        return child;
-    }
-    CTestStore store(folder);
-    for (size_t i = 0;; i++) {
-        const std::string& pattern = patterns[i % 2];
-        store.write("rec", {pattern.data(), pattern.size()}, nullptr, kDataBlock);
-        if (i == 0 && write(ready[1], "r", 1) != 1) _exit(1);
-    }
-}
-
-void killWriter(pid_t child) {
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-}
-
-} // namespace
-
-TEST_F(AppData, aKilledWriterLeavesAWholeRecord) {
-    const std::string patterns[] = {patternOf(1), patternOf(2)};
-    CTestStore store(folder);
-    store.write("rec", bytes(patterns[0]), nullptr, kDataBlock);
-    std::mt19937 random(11);
-    int changes = 0;
-    std::string last = patterns[0];
-    for (int run = 0; run < 200; run++) {
-        const pid_t child = startWriter(folder, 1);
-        usleep(static_cast<useconds_t>(random() % 5000));
-        killWriter(child);
-        CTestStore fresh(folder);
-        const std::string content = readRecord(fresh);
-        ASSERT_TRUE(content == patterns[0] || content == patterns[1]) << "run " << run;
-        changes += content != last;
-        last = content;
-    }
-    EXPECT_GT(changes, 10); // the writers did get to write
-}
-
-TEST_F(AppData, twoProcessesThatWriteAtOnceLeaveOneOfTheTwo) {
-    const std::string patterns[] = {patternOf(1), patternOf(2), patternOf(3), patternOf(4)};
-    CTestStore store(folder);
-    store.write("rec", bytes(patterns[0]), nullptr, kDataBlock);
-    const pid_t children[] = {startWriter(folder, 1), startWriter(folder, 3)};
-    std::set<size_t> seen;
-    for (int i = 0; i < 300; i++) {
-        // A fresh store each time, as the cache of an old one would hide a damaged record.
-        CTestStore fresh(folder);
-        const std::string content = readRecord(fresh);
-        const auto found = std::find(std::begin(patterns), std::end(patterns), content);
-        ASSERT_NE(found, std::end(patterns)) << "read " << i;
-        seen.insert(static_cast<size_t>(found - std::begin(patterns)));
-        usleep(500);
-    }
-    for (const pid_t child : children) killWriter(child);
-    EXPECT_GT(seen.size(), 2u); // of both writers
 }

@@ -13,12 +13,21 @@ namespace {
 
 using namespace lum;
 
+/// Bytes that an instance may take until it runs, pools included; about five times what it does.
+constexpr size_t kInstanceBytes = size_t{8} << 20;
+
 /// Null: the host does not answer, or the instance failed, which the user has been told.
 vst::AEffect* createEffect(vst::HostCallback host) {
     const double started = platform::clockSeconds();
     if (!host || host(nullptr, vst::kHostVersion, 0, 0, nullptr, 0.0F) == 0) return nullptr;
     if (CErrorResult failure = vst::loadFailure()) {
         system::showError(std::move(failure));
+        return nullptr;
+    }
+    // Later on there is no way back for those who ask for memory.
+    if (!system::hasMemory(kInstanceBytes)) {
+        system::showError(LUM_FAIL("@lumstr_VSTEntry_createEffect_NoMemory "
+                                   "The system has no memory for another instance."));
         return nullptr;
     }
     auto instance = std::unique_ptr<CAudioWrapperVST>(new CAudioWrapperVST(host));

@@ -1,0 +1,270 @@
+// What a disk, a kill or another process does to a file that is being written: afterwards there is
+// the old file or the new one, whole. All kinds of files that the product writes are put through
+// it.
+//
+// LUM_FAULT_RUNS tells how often each kind's writer is killed (100; 2,000 for a long search).
+
+#include "Audio/CAudioPreset.h"
+#include "Core/CAppData.h"
+#include "Core/TempFolder.h"
+#include "Faults/Confined.h"
+
+#include <algorithm>
+#include <csignal>
+#include <random>
+#include <set>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace lum::test {
+namespace {
+
+constexpr int kQuickRuns = 100;
+constexpr int kNone = -1; // of a reader: no file, or none that is whole
+
+/// Badly packed bytes, so that a mixture of two contents is seen.
+CByteBuffer patternOf(int number) {
+    std::mt19937 random(static_cast<uint32_t>(number));
+    std::string all;
+    for (int i = 0; i < 20000; i++) all += static_cast<char>(random());
+    return {all.data(), all.size()};
+}
+
+class CStore : public CAppData {
+public:
+    explicit CStore(std::string moduleFolder)
+        : CAppData("Maker/Product/", "", "Test_"), folder(std::move(moduleFolder)) {}
+
+private:
+    CString findModuleFolder() const override { return CString::fromUtf8(folder + "/module/"); }
+    std::string folder;
+};
+
+CAudioPreset presetOf(int number) {
+    CAudioPreset preset;
+    preset.name = "x:" + CString::fromInt(number);
+    preset.setEntry("values", patternOf(number));
+    return preset;
+}
+
+/// One kind of file. `folder` exists; contents are numbered.
+struct FileKind {
+    const char* name;
+    bool (*write)(const std::string& folder, const std::string& file, int number);
+    int (*read)(const std::string& folder, const std::string& file);
+};
+
+int numberOf(const CAudioPreset& preset) {
+    const std::string name = preset.name.toUtf8();
+    const int number = name.size() > 2 ? std::atoi(name.c_str() + 2) : kNone;
+    const CByteBuffer* values = preset.findEntry("values");
+    return values && *values == patternOf(number) ? number : kNone;
+}
+
+/// Stores tell nobody whether the disk took a record, so a fresh one looks.
+int readRecord(const std::string& folder, const std::string& file) {
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    CStore store(folder);
+    CByteBuffer bytes;
+    store.read(CString::fromUtf8(file), bytes, kDataBlock);
+    for (int number = 0; number < 8; number++)
+        if (bytes == patternOf(number)) return number;
+    return kNone;
+}
+
+bool writeRecord(const std::string& folder, const std::string& file, int number) {
+    setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    CStore store(folder);
+    store.write(CString::fromUtf8(file), patternOf(number), nullptr, kDataBlock);
+    return readRecord(folder, file) == number;
+}
+
+CString pathOf(const std::string& folder, const std::string& file) {
+    return CString::fromUtf8(folder + "/" + file);
+}
+
+const FileKind kKinds[] = {
+    {"record", &writeRecord, &readRecord},
+    {"preset",
+     [](const std::string& folder, const std::string& file, int number) {
+         return !presetOf(number).saveToFile(pathOf(folder, file));
+     },
+     [](const std::string& folder, const std::string& file) {
+         CAudioPreset preset;
+         return preset.loadFromFile(pathOf(folder, file)) ? kNone : numberOf(preset);
+     }},
+    {"bank",
+     [](const std::string& folder, const std::string& file, int number) {
+         CAudioPresetBank bank;
+         bank.resize(2);
+         for (int i = 0; i < 2; i++) bank.presets[static_cast<size_t>(i)] = presetOf(number);
+         return !bank.saveToFile(pathOf(folder, file));
+     },
+     [](const std::string& folder, const std::string& file) {
+         CAudioPresetBank bank;
+         if (bank.loadFromFile(pathOf(folder, file)) || bank.presets.size() != 2) return kNone;
+         const int number = numberOf(bank.presets[0]);
+         return numberOf(bank.presets[1]) == number ? number : kNone;
+     }},
+};
+
+class DiskFault : public testing::TestWithParam<FileKind> {
+protected:
+    const FileKind& kind() const { return GetParam(); }
+    bool write(int number, const std::string& file = "file") const {
+        return kind().write(folder.path("disk"), file, number);
+    }
+    int read(const std::string& file = "file") const {
+        return kind().read(folder.path("disk"), file);
+    }
+    /// Files below the folder, litter included.
+    size_t countFiles() const {
+        size_t count = 0;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder.path("disk")))
+            count += entry.is_regular_file();
+        return count;
+    }
+
+    /// Writes two contents in turn for ever in a process of its own; returns when it has begun.
+    pid_t startWriter(int firstNumber) const {
+        int ready[2] = {};
+        EXPECT_EQ(pipe(ready), 0);
+        const pid_t child = fork();
+        if (child != 0) {
+            char byte = 0;
+            close(ready[1]);
+            EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+            close(ready[0]);
+            return child;
+        }
+        for (int i = 0;; i++) {
+            write(firstNumber + i % 2);
+            if (i == 0 && ::write(ready[1], "r", 1) != 1) _exit(1);
+        }
+    }
+    static void killWriter(pid_t child) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+
+    DiskFault() { std::filesystem::create_directories(folder.path("disk")); }
+    CTempFolder folder;
+};
+
+TEST_P(DiskFault, aKilledWriterLeavesAWholeFile) {
+    const char* wanted = std::getenv("LUM_FAULT_RUNS");
+    const int runs = wanted ? std::atoi(wanted) : kQuickRuns;
+    ASSERT_TRUE(write(1));
+    std::mt19937 random(11);
+    int changes = 0;
+    int last = 1;
+    for (int run = 0; run < runs; run++) {
+        const pid_t child = startWriter(1);
+        usleep(static_cast<useconds_t>(random() % 5000));
+        killWriter(child);
+        const int content = read();
+        ASSERT_TRUE(content == 1 || content == 2) << "run " << run;
+        changes += content != last;
+        last = content;
+    }
+    EXPECT_GT(changes, runs / 20) << "the writers did get to write";
+    ASSERT_TRUE(write(3)) << "what the killed ones left is in nobody's way";
+}
+
+TEST_P(DiskFault, twoProcessesThatWriteAtOnceLeaveOneOfTheTwo) {
+    ASSERT_TRUE(write(1));
+    const pid_t children[] = {startWriter(1), startWriter(3)};
+    std::set<int> seen;
+    for (int i = 0; i < 300; i++) {
+        seen.insert(read());
+        usleep(500);
+    }
+    for (const pid_t child : children) killWriter(child);
+    EXPECT_FALSE(seen.contains(kNone));
+    EXPECT_GT(seen.size(), 2u) << "of both writers";
+}
+
+TEST_P(DiskFault, aFullDiskKeepsTheOldFile) {
+    const Confined run([&] {
+        const std::string disk = folder.path("disk");
+        if (!enterOwnMounts() || mount("none", disk.c_str(), "tmpfs", 0, "size=96k") != 0)
+            return Confined::kCannot;
+        if (!write(1)) return 1;
+        std::string filler(4096, 'f');
+        std::ofstream hog(disk + "/hog", std::ios::binary);
+        while (hog << filler && hog.flush()) {
+        }
+        hog.close();
+        const size_t files = countFiles();
+        if (write(2)) return 2; // there is no room for another
+        if (read() != 1) return 3;
+        if (countFiles() != files) return 4; // litter
+        std::filesystem::remove(disk + "/hog");
+        return write(2) && read() == 2 ? 0 : 5;
+    });
+    if (run.cannot()) GTEST_SKIP() << "no file system can be mounted here";
+    EXPECT_EQ(run.status(), 0);
+}
+
+TEST_P(DiskFault, aReadOnlyFolderKeepsTheOldFile) {
+    const Confined run([&] {
+        const std::string disk = folder.path("disk");
+        if (!write(1)) return 1;
+        if (!enterOwnMounts() ||
+            mount(disk.c_str(), disk.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
+            mount(nullptr, disk.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+            return Confined::kCannot;
+        const size_t files = countFiles();
+        if (write(2)) return 2;
+        return read() == 1 && countFiles() == files ? 0 : 3;
+    });
+    if (run.cannot()) GTEST_SKIP() << "no folder can be made read-only here";
+    EXPECT_EQ(run.status(), 0);
+}
+
+TEST_P(DiskFault, namesOfAllKindsAreWritten) {
+    const std::string longName(200, 'n');
+    const std::string names[] = {"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x8E\x9A",
+                                 " leading and trailing ", "quote\"'`$", longName,
+                                 longName + std::string(45, 'm')};
+    int number = 0;
+    for (const std::string& name : names) {
+        EXPECT_TRUE(write(number, name)) << name;
+        EXPECT_EQ(read(name), number++) << name;
+    }
+    // More bytes than a file system takes are refused, and nothing is left of the try.
+    const size_t files = countFiles();
+    std::string tooLong;
+    for (int i = 0; i < 200; i++) tooLong += "\xE2\x82\xAC";
+    EXPECT_FALSE(write(1, tooLong));
+    EXPECT_EQ(countFiles(), files);
+    // A folder of 200 characters within another.
+    const std::string deep = folder.path("disk/f" + longName + "/\xC3\xA4" + longName);
+    std::filesystem::create_directories(deep);
+    EXPECT_TRUE(kind().write(deep, "file", 4));
+    EXPECT_EQ(kind().read(deep, "file"), 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, DiskFault, testing::ValuesIn(kKinds),
+                         [](const auto& row) { return row.param.name; });
+
+/// The store goes on from its cache, and writes again when the folder is back.
+TEST(StoreFault, aVanishedFolderLosesNothingInTheProcess) {
+    const CTempFolder folder;
+    setenv("XDG_CONFIG_HOME", folder.path("user").c_str(), 1);
+    CStore store(folder.path());
+    store.write("rec", patternOf(1), nullptr, kDataBlock);
+    std::filesystem::remove_all(folder.path("user"));
+    store.write("rec", patternOf(2), nullptr, kDataBlock);
+    CByteBuffer bytes;
+    store.read("rec", bytes, kDataBlock, true);
+    EXPECT_EQ(bytes, patternOf(2));
+    std::filesystem::create_directories(folder.path("user/Maker/Product"));
+    store.write("rec", patternOf(3), nullptr, kDataBlock);
+    EXPECT_EQ(readRecord(folder.path("user"), "rec"), 3);
+}
+
+} // namespace
+} // namespace lum::test
