@@ -26,9 +26,9 @@ void prepare(Subject& subject, int announced) {
 
 /// Lengths that repeat, drawn so that tiny, odd and large blocks meet.
 std::vector<int> division(Random& random) {
-    std::vector<int> lengths;
+    std::vector<int> lengths(16);
     const int limit = 1 << (1 + random.below(13));
-    for (int i = 0; i < 16; i++) lengths.push_back(1 + random.below(limit));
+    for (int& length : lengths) length = 1 + random.below(limit);
     return lengths;
 }
 

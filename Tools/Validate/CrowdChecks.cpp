@@ -18,7 +18,7 @@ namespace {
 constexpr int kInstances = 100;
 constexpr double kMostMs = 3.0;
 constexpr std::int64_t kMiB = 1 << 20;
-constexpr std::int64_t kMostLeft = 64 * 1024; // bytes
+constexpr std::int64_t kMostLeft = 65536; // bytes
 constexpr double kRates[] = {44100, 48000, 88200, 96000, 192000};
 
 double milliseconds(std::chrono::steady_clock::duration time) {

@@ -70,7 +70,7 @@ std::string firstDifference(const std::string& expected, const std::string& foun
     std::string lineB;
     while (std::getline(a, lineA)) {
         if (!std::getline(b, lineB)) return "less than expected";
-        if (lineA != lineB) return "\"" + lineA + "\" is now \"" + lineB + "\"";
+        if (lineA != lineB) return text("\"%s\" is now \"%s\"", lineA.c_str(), lineB.c_str());
     }
     return "more than expected";
 }

@@ -55,8 +55,7 @@ Planar<Sample> poisoned(const Planar<Sample>& clean, const Poison<Sample>& poiso
     Planar<Sample> signal = clean;
     Random random(17);
     for (auto& channel : signal)
-        for (int i = 0; i < count; i++)
-            channel[static_cast<std::size_t>(kSettle + i)] = poison.make(random);
+        std::generate_n(channel.begin() + kSettle, count, [&] { return poison.make(random); });
     return signal;
 }
 

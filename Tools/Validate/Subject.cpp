@@ -94,8 +94,8 @@ void Subject::setRate(double rate, int blockSize) {
 }
 
 std::vector<float> Subject::parameters() const {
-    std::vector<float> values;
-    for (int i = 0; i < parameterCount(); i++) values.push_back(get(i));
+    std::vector<float> values(static_cast<std::size_t>(parameterCount()));
+    for (std::size_t i = 0; i < values.size(); i++) values[i] = get(static_cast<int>(i));
     return values;
 }
 
