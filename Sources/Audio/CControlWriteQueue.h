@@ -13,6 +13,7 @@ class CAudioParam;
 /// and a control thread carries the writes out. One per instance.
 class CControlWriteQueue {
 public:
+    CControlWriteQueue() { writes.reserve(kRoom); }
     /// Notes a write; a later one of the same group replaces it. Audio thread; spins for a few
     /// stores.
     void post(CAudioParam& param, int group, double value) LUM_REALTIME;
@@ -27,9 +28,10 @@ private:
         int group;
         double value;
     };
+    static constexpr size_t kRoom = 64; // parameters and groups that the audio thread writes
     platform::CSpinLock lock;
     std::atomic<bool> hasWrites{false};
-    CVector<CWrite, 16> writes;
+    CVector<CWrite, 0> writes;
 };
 
 } // namespace lum

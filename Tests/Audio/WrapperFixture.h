@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -24,11 +25,12 @@ public:
     using CAudioWrapper::windowWidth;
 
     void hostParamChanged(int32_t index, double value) override {
+        std::lock_guard hold(lock);
         if (isInitialised) changes.push_back({index, value});
     }
     void hostUpdateDisplay() override {}
-    void hostBeginEdit(int32_t index) override { edits.push_back(index); }
-    void hostEndEdit(int32_t index) override { edits.push_back(-index); }
+    void hostBeginEdit(int32_t index) override { noteEdit(index); }
+    void hostEndEdit(int32_t index) override { noteEdit(-index); }
 
     CAudioParam& param(const char* name) {
         return getCollector().getParam(CString("plugin.modMain.") + name);
@@ -40,6 +42,13 @@ public:
 
     std::vector<std::pair<int32_t, double>> changes;
     std::vector<int32_t> edits;
+
+private:
+    void noteEdit(int32_t index) {
+        std::lock_guard hold(lock);
+        edits.push_back(index);
+    }
+    std::mutex lock; // any thread may be the one that closes the last guard
 };
 
 /// The application with the real product, and an instance of it, not yet initialised.
