@@ -20,7 +20,8 @@ if(NOT LUM_SANITIZE)
   add_executable(tests_realtime ${LUM_GUARD_TESTS})
   target_include_directories(tests_realtime PRIVATE ${CMAKE_SOURCE_DIR}/Tests ${CMAKE_SOURCE_DIR}/Sources)
   target_compile_definitions(tests_realtime PRIVATE LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>")
-  target_link_libraries(tests_realtime PRIVATE lum_guard GTest::gtest GTest::gtest_main)
+  target_link_libraries(tests_realtime PRIVATE lum_guard GTest::gtest GTest::gtest_main
+    ${LUM_ZLIB_STATIC} Threads::Threads ${CMAKE_DL_LIBS})
   set_target_properties(tests_realtime PROPERTIES ENABLE_EXPORTS ON)
   add_dependencies(tests_realtime SorrelGEQ)
   # Two threads hand turns to each other by spinning; beside other tests that takes minutes.

@@ -58,6 +58,10 @@ public:
     virtual void init() {}
     /// Forgets the signal's past.
     virtual void reset() {}
+    /// Takes over the signal's past from the module that it replaces, which has run on the same
+    /// channels to this sample. Called behind the first update; a module that cannot use it waits
+    /// for its latency, as the crossfade does.
+    virtual void takeHistory(const CAudioModule&) LUM_REALTIME {}
     /// Recomputes what follows from the parameters and, if isFormatPending, from the channels and
     /// the sample rate. Sets channels[i].latency, and calls outputLatencyChanged on a change.
     virtual void update() LUM_REALTIME {}

@@ -50,9 +50,7 @@ CAudioParamBatch::~CAudioParamBatch() {
 }
 
 void CAudioParamBatch::add(CAudioParam& param, const CAudioParamChange& change) {
-    auto* record = new CQueuedChange;
-    record->param = &param;
-    record->change = change.clone();
+    auto* record = new CQueuedChange(param, change);
     (tail ? tail->next : head) = record;
     tail = record;
 }
@@ -67,6 +65,11 @@ CAudioParam::~CAudioParam() = default;
 double CAudioParam::readValue(int group, int element, double fallback) {
     CAudioParamGuard guard(*this);
     return values.read(group, element, fallback);
+}
+
+CAudioParamStorage CAudioParam::copyValues() const {
+    platform::CLockGuard hold(lock);
+    return values;
 }
 
 void CAudioParam::bind(const CAudioParamInfo& newInfo, const CChangeContext& context,

@@ -104,6 +104,9 @@ public:
     /// The copy of the audio thread.
     const CAudioParamStorage& getAudioValues() const LUM_REALTIME { return audioValues; }
     double readValue(int group, int element, double fallback = 0.0); // takes a guard
+    /// A copy of the control-side values. Control threads, with or without guards: unlike a guard
+    /// it runs nobody's deferred calls.
+    CAudioParamStorage copyValues() const;
 
     /// Binds to a definition, or rebinds when it differs, and applies its defaults. A definition
     /// that the parameter has already is seen without a lock, so that the audio thread may ask too.
@@ -165,7 +168,7 @@ private:
     void takeOneGroup(const CAudioParamStorage& loaded, const CChangeContext& context, int group,
                       int element, CAudioParamGuard& guard);
 
-    platform::CLock lock;
+    mutable platform::CLock lock;
     CAudioParamCollector& collector;
     std::atomic<const CAudioParamInfo*> info{nullptr}; // written under the lock
     CString name;

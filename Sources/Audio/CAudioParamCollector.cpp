@@ -1,6 +1,7 @@
 #include "Audio/CAudioParamCollector.h"
 
 #include "Audio/CAudioEnv.h"
+#include "Audio/CAudioParamFilter.h"
 #include "Audio/CAudioParamRegistryBase.h"
 #include "Audio/CSharedParam.h"
 #include "Platform/Thread.h"
@@ -11,9 +12,6 @@ namespace lum {
 
 namespace {
 
-/// Nodes that one block of the pool holds, so that growth on the audio thread needs no other
-/// memory.
-constexpr size_t kListenerBlock = pool::kLargestBlock / sizeof(CAudioListenerNode);
 constexpr uint32_t kAllGroups = 0xFFFFFFFF;
 
 static_assert(sizeof(CQueuedChange) <= pool::kLargestBlock);
@@ -75,6 +73,12 @@ bool concerns(const CAudioListenerNode& node, const CAudioParamChange& change) {
 
 } // namespace
 
+CQueuedChange::CQueuedChange(CAudioParam& target, const CAudioParamChange& source)
+    : param(&target), change(source.clone()) {
+    change.separateItems(); // the audio side takes each over
+    room.prepare(change);
+}
+
 CString resolveParamName(const CString& base, const CString& name) {
     if (name.startsWith("/")) return name.substring(1);
     CString result = base;
@@ -93,10 +97,10 @@ CString resolveParamName(const CString& base, const CString& name) {
 CAudioParamCollector::CAudioParamCollector() = default;
 
 CAudioParamCollector::~CAudioParamCollector() {
+    filters.clear();
     sharedParams.clear();
     deleteList(pendingHead);
     params.clear();
-    for (void* block : listenerBlocks) pool::free(block);
     CAudioParamDataItem::freeRetired();
 }
 
@@ -111,6 +115,15 @@ CErrorResult CAudioParamCollector::init() {
 
 void CAudioParamCollector::addSharedParam(std::unique_ptr<CSharedParam> param) {
     sharedParams.push_back(std::move(param));
+}
+
+void CAudioParamCollector::addFilter(std::unique_ptr<CAudioParamFilter> filter) {
+    filters.push_back(std::move(filter));
+}
+
+bool CAudioParamCollector::claimDeclarations(const CString& processName) {
+    platform::CSpinGuard hold(paramsLock);
+    return declaredProcesses.insert(processName).second;
 }
 
 void CAudioParamCollector::addRegistry(CAudioParamRegistryBase& registry) {
@@ -220,13 +233,12 @@ CVector<CAudioParam*, 4> CAudioParamCollector::listParams() const {
 void CAudioParamCollector::queueChange(CAudioParam& param, const CAudioParamChange& change,
                                        bool isImmediate) {
     if (isImmediate) {
-        applyOnAudioSide(param, change);
+        CQueuedChange now(param, change);
+        applyOnAudioSide(now);
         return;
     }
     CAudioParamDataItem::freeRetired();
-    auto record = std::make_unique<CQueuedChange>();
-    record->param = &param;
-    record->change = change.clone();
+    auto record = std::make_unique<CQueuedChange>(param, change);
     platform::CSpinGuard hold(env->lock);
     if (!env->isActive && mergeIntoQueue(*record)) return;
     CQueuedChange* queued = record.release();
@@ -264,6 +276,7 @@ bool CAudioParamCollector::mergeIntoQueue(CQueuedChange& record) {
     }
     if (!candidate || !canMerge(candidate->change, record.change)) return false;
     candidate->change = merge(candidate->change, record.change);
+    candidate->room.prepare(candidate->change);
     return true;
 }
 
@@ -289,14 +302,14 @@ void CAudioParamCollector::takePendingChanges() {
         pendingTail = nullptr;
     }
     while (taken) {
-        applyOnAudioSide(*taken->param, taken->change);
+        applyOnAudioSide(*taken);
         delete std::exchange(taken, taken->next);
     }
 }
 
-void CAudioParamCollector::applyOnAudioSide(CAudioParam& param, const CAudioParamChange& change) {
-    param.audioValues.apply(change);
-    notifyAudioListeners(param, change);
+void CAudioParamCollector::applyOnAudioSide(CQueuedChange& record) {
+    record.param->audioValues.take(record.change, record.room);
+    notifyAudioListeners(*record.param, record.change);
 }
 
 /// The mask is replaced, not or-ed: what a listener reads at the block's head is the last change.
@@ -310,45 +323,25 @@ void CAudioParamCollector::notifyAudioListeners(CAudioParam& param,
     }
 }
 
-CAudioListenerNode* CAudioParamCollector::addAudioListener(CAudioParam& param,
-                                                           const CAudioParamStorage*& storage,
-                                                           uint8_t* dirty, uint32_t* groupMask,
-                                                           int group, int element) {
-    CAudioListenerNode* node;
-    {
-        platform::CSpinGuard hold(listenerLock);
-        if (!freeListeners) growListenerPool();
-        node = std::exchange(freeListeners, freeListeners->next);
-    }
-    *node = {&param, dirty, groupMask, group, element, nullptr, param.audioListeners};
-    if (node->next) node->next->previous = node;
-    param.audioListeners = node;
+void CAudioParamCollector::addAudioListener(CAudioParam& param, CAudioListenerNode& node) {
+    node.param = &param;
+    node.previous = nullptr;
+    node.next = param.audioListeners;
+    if (node.next) node.next->previous = &node;
+    param.audioListeners = &node;
 
-    storage = &param.audioValues;
-    int count = param.audioValues.isInitialised() ? param.audioValues.getGroupCount() : 0;
-    if (group == -1)
-        *groupMask = maskOfGroupsBelow(count);
+    const int count = param.audioValues.isInitialised() ? param.audioValues.getGroupCount() : 0;
+    if (node.group == -1)
+        *node.groupMask = maskOfGroupsBelow(count);
     else
-        *groupMask = group < count ? maskOfGroup(group) : 0;
-    return node;
+        *node.groupMask = node.group < count ? maskOfGroup(node.group) : 0;
 }
 
-void CAudioParamCollector::removeAudioListener(CAudioListenerNode* node) {
-    (node->previous ? node->previous->next : node->param->audioListeners) = node->next;
-    if (node->next) node->next->previous = node->previous;
-    platform::CSpinGuard hold(listenerLock);
-    node->next = std::exchange(freeListeners, node);
-}
-
-/// Under the listener lock.
-void CAudioParamCollector::growListenerPool() {
-    auto* nodes =
-        static_cast<CAudioListenerNode*>(pool::alloc(kListenerBlock * sizeof(CAudioListenerNode)));
-    listenerBlocks.push_back(nodes);
-    for (size_t i = 0; i < kListenerBlock; i++) {
-        CAudioListenerNode* node = new (nodes + i) CAudioListenerNode{};
-        node->next = std::exchange(freeListeners, node);
-    }
+void CAudioParamCollector::removeAudioListener(CAudioListenerNode& node) {
+    CAudioParam* const param = std::exchange(node.param, nullptr);
+    if (!param) return;
+    (node.previous ? node.previous->next : param->audioListeners) = node.next;
+    if (node.next) node.next->previous = node.previous;
 }
 
 // Deferred calls

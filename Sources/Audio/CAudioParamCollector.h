@@ -8,22 +8,26 @@ namespace lum {
 class CAudioEnv;
 class CSharedParam;
 
-/// A queued change with the parameter that it is for.
+/// A queued change with the parameter that it is for, and the memory by which the audio-side values
+/// may have to grow for it.
 struct CQueuedChange : public CLumMemAllocator {
-    CAudioParam* param = nullptr;
+    CQueuedChange(CAudioParam& target, const CAudioParamChange& source);
+    CAudioParam* param;
     CAudioParamChange change;
+    CAudioParamRoom room;
     CQueuedChange* next = nullptr;
 };
 
-/// An audio-side listener: the process whose flag and mask it sets. Audio thread after set-up.
+/// An audio-side listener: whose flag and mask a change sets. It lies in the object that listens.
+/// Audio thread after set-up.
 struct CAudioListenerNode {
-    CAudioParam* param;
-    uint8_t* dirty;
-    uint32_t* groupMask;
-    int group;   // -1 for any
-    int element; // -1 for any
-    CAudioListenerNode* previous;
-    CAudioListenerNode* next;
+    uint8_t* dirty = nullptr;
+    uint32_t* groupMask = nullptr;
+    int group = -1;               // -1 for any
+    int element = -1;             // -1 for any
+    CAudioParam* param = nullptr; // null: does not listen
+    CAudioListenerNode* previous = nullptr;
+    CAudioListenerNode* next = nullptr;
 };
 
 /// A call that waits until no guard or batch is open.
@@ -40,12 +44,10 @@ CString resolveParamName(const CString& base, const CString& name);
 /// a change reaches the audio thread: a list of records, handed over at the head of each block
 /// under the short lock of the environment.
 ///
-/// What the audio thread does here costs no system memory and no blocking lock. Records come ready
-/// made; applying one reallocates the arrays of the audio-side storage, each at most one block of
-/// the pool (see kMaxParamGroupValues); freeing one gives pool blocks back. Strings and raw data
-/// are shared with the record, never copied, and the last reference to a large one goes to a list
-/// that the next queued change frees (see CAudioParamDataItem). Listener nodes come from pool
-/// blocks.
+/// What the audio thread does here takes no memory and no blocking lock. Records come ready made,
+/// with the memory that the audio-side values may have to grow by; freeing one gives blocks back to
+/// the process's pool. Strings and raw data move over from the record, and the last reference to a
+/// large one goes to a list that the next queued change frees (see CAudioParamDataItem).
 ///
 /// Lock order: a parameter's guard, then the environment's lock or one of the collector's own spin
 /// locks; none of those is held while other code is called.
@@ -74,13 +76,11 @@ public:
     /// Records that wait, for tests and diagnostics.
     int countPendingChanges();
 
-    /// Listens on the audio side: sets `dirty` to 1 and stores a mask of the groups that changed.
-    /// `storage` receives the audio-side values, `groupMask` the groups present; `dirty` is not
-    /// touched now.
-    CAudioListenerNode* addAudioListener(CAudioParam& param, const CAudioParamStorage*& storage,
-                                         uint8_t* dirty, uint32_t* groupMask, int group,
-                                         int element) LUM_REALTIME;
-    void removeAudioListener(CAudioListenerNode* node) LUM_REALTIME;
+    /// Listens on the audio side: a change sets `dirty` to 1 and stores a mask of the groups that
+    /// it touched. The mask receives the groups present; `dirty` is not touched now.
+    static void addAudioListener(CAudioParam& param, CAudioListenerNode& node) LUM_REALTIME;
+    /// Does nothing for a node that does not listen.
+    static void removeAudioListener(CAudioListenerNode& node) LUM_REALTIME;
 
     void acquireGuard(bool isBatch = false);
     void releaseGuard(bool isBatch = false);
@@ -92,6 +92,10 @@ public:
     void cancelDeferredCalls(CDeferredCallTarget& target);
 
     void addSharedParam(std::unique_ptr<CSharedParam> param);
+    void addFilter(std::unique_ptr<CAudioParamFilter> filter);
+    /// True for the first process of a name, which then enters its remaps, parameters and filters:
+    /// all further copies of it share them. Set-up.
+    bool claimDeclarations(const CString& processName);
     void addRegistry(CAudioParamRegistryBase& registry);
     void removeRegistry(CAudioParamRegistryBase& registry);
     /// The registry of an object's full name, or null.
@@ -122,13 +126,13 @@ private:
     CVector<CAudioParam*, 4> listParams() const;
     CString followRemaps(const CString& name) const;
     void offerToRegistries(CAudioParam& param, const CRegistryList& offered);
-    void applyOnAudioSide(CAudioParam& param, const CAudioParamChange& change) LUM_REALTIME;
-    void notifyAudioListeners(CAudioParam& param, const CAudioParamChange& change) LUM_REALTIME;
+    static void applyOnAudioSide(CQueuedChange& record) LUM_REALTIME;
+    static void notifyAudioListeners(CAudioParam& param,
+                                     const CAudioParamChange& change) LUM_REALTIME;
     bool mergeIntoQueue(CQueuedChange& record);
     void appendToQueue(CQueuedChange* head, CQueuedChange* tail);
     void runDeferredCalls();
     bool takeDeferredCall(CDeferredCall& out);
-    void growListenerPool();
 
     CAudioEnv* env = nullptr;
     CQueuedChange* pendingHead = nullptr; // under the env lock
@@ -138,9 +142,6 @@ private:
     CMap<CString, CString> remaps;                      // under paramsLock
     CRegistryList registries;                           // longest hierarchy first; under paramsLock
     bool isStarted = false;                             // under paramsLock
-    platform::CSpinLock listenerLock;
-    CAudioListenerNode* freeListeners = nullptr; // under listenerLock
-    CVector<void*, 4> listenerBlocks;
     platform::CSpinLock deferredLock;
     CVector<CDeferredCall, 4> deferredCalls;  // under deferredLock, and so are the next four
     CDeferredCallTarget* calledNow = nullptr; // a thread is in its call
@@ -148,6 +149,8 @@ private:
     int guardCount = 0;
     int batchCount = 0;
     CVector<std::unique_ptr<CSharedParam>, 4> sharedParams;
+    CVector<std::unique_ptr<CAudioParamFilter>, 4> filters;
+    CSet<CString> declaredProcesses; // under paramsLock
 };
 
 /// Holds deferred calls back for a scope. It stands outside a lock that the host, in a call of its

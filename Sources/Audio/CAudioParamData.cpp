@@ -110,9 +110,14 @@ bool CAudioParamDataItemRaw::isLarge() const {
 
 // Table
 
-int32_t CAudioParamData::add(CDataItemRef item) {
+/// Makes lastId one that is free.
+void CAudioParamData::stepId() {
     do lastId = lastId >= kLargestItemId ? 1 : lastId + 1;
     while (items.contains(lastId));
+}
+
+int32_t CAudioParamData::add(CDataItemRef item) {
+    stepId();
     items.emplace(lastId, std::move(item));
     return lastId;
 }
@@ -128,6 +133,15 @@ int32_t CAudioParamData::addRaw(const void* bytes, size_t count) {
 int32_t CAudioParamData::addCopy(const CAudioParamData& other, int32_t id) {
     auto found = other.items.find(id);
     return found == other.items.end() ? 0 : add(found->second);
+}
+
+int32_t CAudioParamData::adopt(CAudioParamData& other, int32_t id) {
+    auto node = other.items.extract(id);
+    if (node.empty()) return 0;
+    stepId();
+    node.key() = lastId;
+    items.insert(std::move(node));
+    return lastId;
 }
 
 void CAudioParamData::remove(int32_t id) {

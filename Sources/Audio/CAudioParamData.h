@@ -112,7 +112,9 @@ public:
     int32_t addRaw(const void* bytes, size_t count);
     int32_t addEmptyRaw() { return addRaw(nullptr, 0); }
     /// Adds what `id` means in another table, under a new id; 0 when it means nothing there.
-    int32_t addCopy(const CAudioParamData& other, int32_t id) LUM_REALTIME;
+    int32_t addCopy(const CAudioParamData& other, int32_t id);
+    /// The same, taken out of the other table: needs no memory.
+    int32_t adopt(CAudioParamData& other, int32_t id) LUM_REALTIME;
     void remove(int32_t id) LUM_REALTIME;
     void clear() LUM_REALTIME;
     CString getString(int32_t id) const;  // empty for another kind or no item
@@ -124,7 +126,8 @@ public:
     CErrorResult load(CInputStream& stream);
 
 private:
-    int32_t add(CDataItemRef item) LUM_REALTIME;
+    int32_t add(CDataItemRef item);
+    void stepId() LUM_REALTIME;
     CErrorResult loadItem(CInputStream& stream);
 
     int32_t lastId = 0;

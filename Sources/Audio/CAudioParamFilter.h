@@ -27,8 +27,7 @@ public:
 };
 
 /// Computes parameters from others whenever a source changes. Derived values never enter the undo
-/// history. Owned by the process that declares it; runs on control threads under the guards of all
-/// its parameters.
+/// history. Owned by the collector; runs on control threads under the guards of all its parameters.
 class CAudioParamFilter : public CCheckedObject, public CLumMemAllocator {
 public:
     using CParamList = CVector<CAudioParam*, kMostFilterParams>;

@@ -28,6 +28,14 @@ bool isPlausibleCount(CInputStream& stream, uint32_t count, const CAudioParamFor
     return numbers <= kMaxParamGroupValues && (left < 0 || numbers * width <= left);
 }
 
+/// Gives a vector that is too small for `count` elements the memory of `room`.
+template <class T, size_t N>
+void moveInto(CVector<T, N>& room, CVector<T, N>& vector, size_t count) {
+    if (vector.capacity() >= count || room.capacity() < count) return;
+    for (T& item : vector) room.push_back(std::move(item));
+    std::swap(room, vector);
+}
+
 /// Reads doubles, or ids, to the end of `out`.
 template <size_t N>
 CErrorResult readNumbers(CInputStream& stream, CVector<double, N>& out, bool isFloat) {
@@ -103,6 +111,34 @@ bool CAudioParamStorage::accepts(const CAudioParamChange& change) const {
 
 void CAudioParamStorage::apply(const CAudioParamChange& change) {
     if (!accepts(change)) return;
+    CParamValues& values = writableGroup(change);
+    size_t first = static_cast<size_t>(change.firstElement * format.elementSize);
+    for (size_t i = 0; i < change.values.size(); i++) {
+        double value = change.values[i];
+        values[first + i] =
+            format.isFloat() ? value : data.addCopy(*change.data, roundToInt(value));
+    }
+}
+
+void CAudioParamStorage::take(CAudioParamChange& change, CAudioParamRoom& room) {
+    if (!accepts(change)) return;
+    const bool isDefinition = change.group == kDefinitionGroup;
+    const size_t group = isDefinition ? 0 : static_cast<size_t>(change.group);
+    const size_t end = static_cast<size_t>(change.end() * change.format.elementSize);
+    if (isDefinition) moveInto(room.defaults, defaults, end);
+    moveInto(room.groups, groups, group + 1);
+    if (group >= groups.size()) groups.resize(group + 1);
+    moveInto(room.values, groups[group], end);
+    CParamValues& values = writableGroup(change);
+    const size_t first = end - change.values.size();
+    for (size_t i = first; i < end; i++) {
+        const double value = change.values[i - first];
+        values[i] = format.isFloat() ? value : data.adopt(*change.data, roundToInt(value));
+    }
+}
+
+/// The values of the change's group, with room for its elements.
+CParamValues& CAudioParamStorage::writableGroup(const CAudioParamChange& change) {
     if (change.group == kDefinitionGroup) startDefinition(change);
     int group = change.group == kDefinitionGroup ? 0 : change.group;
     if (group >= getGroupCount()) groups.resize(static_cast<size_t>(group) + 1);
@@ -113,10 +149,21 @@ void CAudioParamStorage::apply(const CAudioParamChange& change) {
     extendWithDefaults(values, first);
     if (!format.isFloat()) removeItems(values, first, change.isTruncating ? values.size() : end);
     if (change.isTruncating || values.size() < end) values.resize(end);
-    for (size_t i = first; i < end; i++) {
-        double value = change.values[i - first];
-        values[i] = format.isFloat() ? value : data.addCopy(*change.data, roundToInt(value));
+    return values;
+}
+
+bool CAudioParamStorage::readsLike(const CAudioParamStorage& other) const noexcept {
+    if (initialised != other.initialised || !(format == other.format)) return false;
+    if (!std::equal(defaults.begin(), defaults.end(), other.defaults.begin(), other.defaults.end()))
+        return false;
+    const int groupCount = std::max(getGroupCount(), other.getGroupCount());
+    for (int group = 0; group < groupCount; group++) {
+        const int count = std::max(getElementCount(group), other.getElementCount(group));
+        if (getElementCount(group) != other.getElementCount(group)) return false;
+        for (int i = 0; i < count * format.elementSize; i++)
+            if (groups[group][i] != other.groups[group][i]) return false;
     }
+    return true;
 }
 
 void CAudioParamStorage::startDefinition(const CAudioParamChange& change) {
@@ -293,7 +340,31 @@ CErrorResult CAudioParamStorage::loadGroup(CInputStream& stream, const CAudioPar
     return nullptr;
 }
 
+// CAudioParamRoom
+
+void CAudioParamRoom::prepare(const CAudioParamChange& change) {
+    constexpr int kGroups = 8; // of products; at once, so that no second step is needed
+    const int64_t wanted =
+        static_cast<int64_t>(change.firstElement + int64_t{change.elementCount}) *
+        change.format.elementSize;
+    const auto end = static_cast<size_t>(std::clamp<int64_t>(wanted, 0, kMaxParamGroupValues));
+    values.clear();
+    values.reserve(end);
+    defaults.clear();
+    if (change.group == kDefinitionGroup)
+        defaults.reserve(end);
+    else if (change.group > 0 && change.group < kMaxParamGroups)
+        groups.reserve(static_cast<size_t>(std::max(change.group + 1, kGroups)));
+}
+
 // CAudioParamChange
+
+void CAudioParamChange::separateItems() {
+    if (!data) return;
+    auto own = std::make_unique<CAudioParamData>();
+    for (double& value : values) value = own->addCopy(*data, roundToInt(value));
+    data = std::move(own);
+}
 
 CAudioParamChange CAudioParamChange::clone() const {
     CAudioParamChange copy;

@@ -26,6 +26,8 @@ struct CAudioParamFormat {
 
 using CParamValues = CVector<double, 8>; // [elementCount * elementSize], numbers or ids
 
+struct CAudioParamRoom;
+
 /// A complete set of values, by group and element, sparse and growing on demand. What was never
 /// written reads as the default. No lock: its owner's thread only. `apply` and `read` are for the
 /// audio thread too.
@@ -49,6 +51,11 @@ public:
 
     /// Applies a change; one of another format or beyond the limits is dropped.
     void apply(const CAudioParamChange& change) LUM_REALTIME;
+    /// The same for the audio thread, which takes no memory: items move over from the change, and
+    /// what has to grow does so into the room that was prepared for this change.
+    void take(CAudioParamChange& change, CAudioParamRoom& room) LUM_REALTIME;
+    /// True when all values and defaults of two float storages are alike.
+    bool readsLike(const CAudioParamStorage& other) const noexcept LUM_REALTIME;
     /// True when `apply` would take the change.
     bool accepts(const CAudioParamChange& change) const LUM_REALTIME;
     /// Back to no format at all.
@@ -72,6 +79,7 @@ private:
 
     bool fits(const CAudioParamChange& change) const;
     void startDefinition(const CAudioParamChange& change);
+    CParamValues& writableGroup(const CAudioParamChange& change);
     void extendWithDefaults(CParamValues& values, size_t valueCount);
     void removeItems(const CParamValues& values, size_t first, size_t end);
     double copyOfDefault(size_t index);
@@ -86,6 +94,15 @@ private:
     CVector<CParamValues, 1> groups; // [groupCount]
     bool initialised = false;
     CParamValues defaults; // group 0 of the definition; ids are in `data`
+};
+
+/// Memory for the growth of a storage by one change, taken by the thread that makes the change.
+/// What the storage leaves behind goes with it. See CAudioParamStorage::take.
+struct CAudioParamRoom {
+    void prepare(const CAudioParamChange& change);
+    CParamValues values;
+    CParamValues defaults;
+    CVector<CParamValues, 1> groups;
 };
 
 /// One change of a parameter: the unit on the audio queue, in undo and on the parameter interface.
@@ -103,6 +120,8 @@ struct CAudioParamChange : public CLumMemAllocator {
     CAudioParamChange(CAudioParamChange&&) = default;
     CAudioParamChange& operator=(CAudioParamChange&&) = default;
     CAudioParamChange clone() const;
+    /// Gives each value an item of its own, and drops those that no value means.
+    void separateItems();
     /// A float change of elements from `first` on.
     static CAudioParamChange ofValues(const CAudioParamFormat& format, int group, int first,
                                       const double* values, int elementCount, bool isTruncating,

@@ -50,7 +50,8 @@ CErrorResult CAudioProcess::addProcess(const CAudioProcessDefBase& processDef,
 
 void CAudioProcess::createWatchers() {
     auto watch = [&](const CString& name) {
-        return &subscribe(context->collector.getParam(resolveName(name)), -1, -1, 0);
+        return &subscribe(context->collector.getParam(resolveName(name)), -1, -1, 0,
+                          ParamUse::Structure);
     };
     for (const CAudioProcessLinkStateDef* stateDef : compositeDef->stateParams)
         stateWatchers.push_back({watch(stateDef->param), kNeverSeen});
@@ -86,6 +87,13 @@ void CAudioProcess::sleep() {
     dropAllLinks();
     CAudioProcessBase::sleep();
     needsUpdate = 1;
+}
+
+bool CAudioProcess::isSettled() const {
+    return CAudioProcessBase::isSettled() &&
+           std::all_of(nodes.begin(), nodes.end(), [](const auto& node) {
+               return !node->isAwake || node->instance->isSettled();
+           });
 }
 
 /// Forgets all inner links; the next update makes them anew.

@@ -26,6 +26,7 @@ public:
     void process() LUM_REALTIME override;
     void disconnect() override;
     void sleep() override;
+    bool isSettled() const override;
     CErrorResult addProcess(const CAudioProcessDefBase& processDef, const CString& name);
 
     /// The live process of a child that links reach, else null. For tests and diagnosis.

@@ -1,6 +1,5 @@
 #include "Audio/CAudioProcessBase.h"
 
-#include "Audio/CAudioParamFilter.h"
 #include "Audio/CAudioProcessDef.h"
 #include "Audio/CDSPModDelay.h"
 #include "Audio/Processes/SampleOps.h"
@@ -31,7 +30,7 @@ CAudioProcessBase::~CAudioProcessBase() {
     CAudioProcessBase::disconnect();
     dropIncoming();
     for (auto& subscription : subscriptions)
-        context->collector.removeAudioListener(subscription->node);
+        CAudioParamCollector::removeAudioListener(subscription->node);
 }
 
 void CAudioProcessBase::attach(const CAudioProcessDefBase& processDefinition, CString processName,

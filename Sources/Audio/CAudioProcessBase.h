@@ -8,20 +8,21 @@
 namespace lum {
 
 class CAudioParamAllocDef;
-class CAudioParamFilter;
 class CAudioProcessBase;
 class CAudioProcessDefBase;
 class CDSPModDelay;
+class CGraphValues;
 
 constexpr int kMaxPortChannels = 16;
 constexpr int kMaxGroups = 8;
 
-/// What all processes of an instance share.
+/// What all processes of a graph share.
 struct CAudioProcessContext {
     CAudioEnv& env;
     CAudioParamCollector& collector;
     CSampleBlockPool& pool;
-    CControlWriteQueue controlWrites{}; // drained by the instance on a control thread
+    CControlWriteQueue& controlWrites; // drained by the instance on a control thread
+    CGraphValues* values = nullptr;    // null: all parameters are read live
 };
 
 /// One channel of a port as its source describes it.
@@ -106,19 +107,26 @@ struct COutputTarget {
     CPortSource* source; // the entry in it
 };
 
+/// What follows from a parameter: values inside the processes, or which processes there are and how
+/// they are linked. A graph of an instance keeps its structure for life (see CAudioGraph).
+enum class ParamUse { Value, Structure };
+
 /// A subscription of a process to a parameter, or to one group and element of it.
 struct CParamSubscription : public CLumMemAllocator {
     CAudioParam* param = nullptr;
-    const CAudioParamStorage* storage = nullptr; // audio-side values
-    CAudioListenerNode* node = nullptr;
+    const CAudioParamStorage* storage = nullptr; // audio-side values, or those of the graph
+    CAudioListenerNode node;
     uint32_t groupMask = 0;
     int allocIndex = -1; // -1: not by allocation
     int group = -1;      // -1: all
     int element = -1;    // -1: all
+    ParamUse use = ParamUse::Value;
     uint8_t isDirty = 0; // set by the collector
     int8_t newMark = 0;  // -1 while update runs and the value is new, else 0
 
     bool isNew() const { return newMark != 0; }
+    /// From now on the audio-side values are read and their changes heard.
+    void listen() LUM_REALTIME;
     /// Group 0 of a single-group parameter, whatever the group asked for.
     double read(int readGroup, int readElement, double fallback) const LUM_REALTIME;
 };
@@ -160,9 +168,10 @@ public:
     virtual void registerParams() {}
     /// Puts the process to rest when no link reaches it any more: drops outgoing links, sources,
     /// blocks and pending events. The next link wakes it, and its next update starts afresh. A
-    /// composite or stack keeps sleeping processes for reuse, so that a chain that changes back
-    /// and forth takes no lock and no memory from the system.
+    /// composite or stack keeps sleeping processes for reuse.
     virtual void sleep();
+    /// True when nothing is under way: no fade, no event, no update that is due.
+    virtual bool isSettled() const { return !needsUpdate && timedEvents.empty(); }
 
     /// Set by the factory before init.
     void attach(const CAudioProcessDefBase& processDefinition, CString processName,
@@ -232,15 +241,16 @@ protected:
     CString resolveName(const CString& name) const;
     CString traceName() const { return fullName; }
 
-    /// The subscription to a parameter, group and element; made on first use. Takes no blocking
-    /// lock. It lives as long as the process.
-    CParamSubscription& subscribe(CAudioParam& param, int allocIndex, int group,
-                                  int element) LUM_REALTIME;
+    /// The subscription to a parameter, group and element; made on first use, which takes memory.
+    /// It lives as long as the process.
+    CParamSubscription& subscribe(CAudioParam& param, int allocIndex, int group, int element,
+                                  ParamUse use) LUM_REALTIME;
     /// Looks up the parameter of each allocation of the definition. Set-up.
     void findAllocParams();
     /// Subscribes to the parameter of an allocation for this process's group: all its groups and
     /// elements as the allocation's flags say. Null, and a line in the log, without one.
-    CParamSubscription* subscribeAlloc(int allocIndex, int group) LUM_REALTIME;
+    CParamSubscription* subscribeAlloc(int allocIndex, int group,
+                                       ParamUse use = ParamUse::Value) LUM_REALTIME;
 
     const CAudioProcessDefBase* definition = nullptr;
     CString fullName;
@@ -293,7 +303,6 @@ private:
     CVector<CTimedEvent, 4> timedEvents;
     CVector<std::unique_ptr<CPortFormat>, 1> publishedFormats; // by source port
     CVector<CAllocParam, 4> allocParams;
-    CVector<std::unique_ptr<CAudioParamFilter>, 1> filters;
     bool portsChanged = false;
 };
 

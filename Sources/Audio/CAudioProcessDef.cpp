@@ -122,8 +122,8 @@ CErrorResult CAudioProcessDefBase::instantiate(std::unique_ptr<CAudioProcessBase
     else
         made.reset(createProcess());
     made->attach(*this, processName, context, parentProcess);
-    // What a wrapper makes shares its name, and the wrapper has entered it all already.
-    if (!skipStack && !skipMultiband) LUM_TRY(made->createParams());
+    // What a wrapper makes shares its name, and so do the copies of a graph.
+    if (context.collector.claimDeclarations(processName)) LUM_TRY(made->createParams());
     if (place)
         made->setGroupIndex(place->group, place->stack);
     else if (parentProcess)

@@ -7,6 +7,7 @@
 #include "Audio/CAudioParamSharedStorage.h"
 #include "Audio/CAudioProcessBase.h"
 #include "Audio/CAudioProcessDef.h"
+#include "Audio/CGraphValues.h"
 #include "Core/CLog.h"
 
 namespace lum {
@@ -44,7 +45,7 @@ CErrorResult CAudioProcessBase::createFilters() {
         std::unique_ptr<CAudioParamFilter> live;
         LUM_TRY(
             filter.item->instantiate(live, context->collector, fullName + filter.groupSuffix()));
-        filters.push_back(std::move(live));
+        context->collector.addFilter(std::move(live));
     }
     return nullptr;
 }
@@ -54,7 +55,7 @@ CString CAudioProcessBase::resolveName(const CString& name) const {
 }
 
 CParamSubscription& CAudioProcessBase::subscribe(CAudioParam& param, int allocIndex, int group,
-                                                 int element) LUM_REALTIME {
+                                                 int element, ParamUse use) LUM_REALTIME {
     for (auto& known : subscriptions)
         if (known->param == &param && known->allocIndex == allocIndex && known->group == group &&
             known->element == element)
@@ -65,9 +66,21 @@ CParamSubscription& CAudioProcessBase::subscribe(CAudioParam& param, int allocIn
     made.allocIndex = allocIndex;
     made.group = group;
     made.element = element;
-    made.node = context->collector.addAudioListener(param, made.storage, &made.isDirty,
-                                                    &made.groupMask, group, element);
+    made.use = use;
+    made.node.dirty = &made.isDirty;
+    made.node.groupMask = &made.groupMask;
+    made.node.group = group;
+    made.node.element = element;
+    if (context->values)
+        context->values->add(made);
+    else
+        made.listen();
     return made;
+}
+
+void CParamSubscription::listen() LUM_REALTIME {
+    storage = &param->getAudioValues();
+    CAudioParamCollector::addAudioListener(*param, node);
 }
 
 void CAudioProcessBase::findAllocParams() {
@@ -76,11 +89,12 @@ void CAudioProcessBase::findAllocParams() {
         allocParams.push_back({alloc, &context->collector.getParam(resolveName(alloc->paramName))});
 }
 
-CParamSubscription* CAudioProcessBase::subscribeAlloc(int allocIndex, int group) LUM_REALTIME {
+CParamSubscription* CAudioProcessBase::subscribeAlloc(int allocIndex, int group,
+                                                      ParamUse use) LUM_REALTIME {
     for (const CAllocParam& known : allocParams)
         if (known.alloc->index == allocIndex)
             return &subscribe(*known.param, allocIndex, known.alloc->useAllGroups ? -1 : group,
-                              known.alloc->useAllElements ? -1 : 0);
+                              known.alloc->useAllElements ? -1 : 0, use);
     logFormat("%s // regModuleParam error %i", fullName.toUtf8().c_str(), allocIndex);
     return nullptr;
 }

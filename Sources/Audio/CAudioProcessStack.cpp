@@ -16,7 +16,7 @@ CErrorResult CAudioProcessStack::init() {
     outlet.setOwner(*this);
     if (definition->stackParam.empty()) return nullptr;
     CAudioParam& param = context->collector.getParam(resolveName(definition->stackParam));
-    stackParam = &subscribe(param, -1, -1, 0);
+    stackParam = &subscribe(param, -1, -1, 0, ParamUse::Structure);
     return nullptr;
 }
 
@@ -33,6 +33,15 @@ void CAudioProcessStack::disconnect() {
 void CAudioProcessStack::sleep() {
     sleepAll();
     CAudioProcessBase::sleep();
+}
+
+bool CAudioProcessStack::isSettled() const {
+    if (!CAudioProcessBase::isSettled()) return false;
+    for (auto& layer : layers)
+        for (auto& strand : layer->strands)
+            for (int i = 0; i < strand->depth; i++)
+                if (!strand->entries[i]->isSettled()) return false;
+    return true;
 }
 
 /// The next update takes up again what is needed.

@@ -21,6 +21,7 @@ public:
     void process() LUM_REALTIME override;
     void disconnect() override;
     void sleep() override;
+    bool isSettled() const override;
 
     /// Layers in use and their instances, for tests and diagnosis.
     int getLayerCount() const;

@@ -31,6 +31,10 @@ void CAudioProcessTerminalBase::sleep() {
     CAudioProcessBase::sleep();
 }
 
+bool CAudioProcessTerminalBase::isSettled() const {
+    return CAudioProcessBase::isSettled() && fades.empty();
+}
+
 // A block.
 
 void CAudioProcessTerminalBase::process() LUM_REALTIME {
@@ -260,6 +264,7 @@ void CAudioProcessTerminalBase::startReplacement(CModulePair& pair) LUM_REALTIME
     pair.current = takeModule();
     setUpLike(*pair.current, *pair.previous);
     buildModule(*pair.current);
+    pair.current->takeHistory(*pair.previous);
     pair.isFading = true;
     pair.isPending = false;
     pair.isDone = 0;

@@ -19,6 +19,7 @@ public:
     void process() LUM_REALTIME override;
     void registerParams() override;
     void sleep() override;
+    bool isSettled() const override;
 
     /// Modules that run now, one per pair; for tests and diagnosis.
     int getModuleCount() const { return pairs.ssize(); }

@@ -5,9 +5,9 @@
 #include "Audio/CAudioExtParamList.h"
 #include "Audio/CAudioInterfaceBase.h"
 #include "Audio/CAudioParamRegistry.h"
+#include "Audio/CAudioProcessDef.h"
 #include "Audio/CAudioVizCollector.h"
 #include "Audio/CAudioWrapperRouting.h"
-#include "Audio/Processes/CModOutput.h"
 #include "Core/CAppData.h"
 #include "Core/CApplication.h"
 #include "Core/CLog.h"
@@ -25,7 +25,7 @@ constexpr const char* kMainDefinition = "shared::audio.modMain";
 constexpr const char* kOutputDefinition = "shared::audio.modOutput";
 constexpr int kMostGroups = 8;
 constexpr double kDefaultTail = 0.4;  // seconds, for a tail whose text is no number
-constexpr size_t kQueuedEvents = 256; // events a block may bring before the queue has to grow
+constexpr size_t kQueuedEvents = 256; // events that a block may bring
 
 CString hostParamName(const char* name) {
     return CString(kMainName) + "." + name;
@@ -72,13 +72,23 @@ public:
     void onDeferredCall(int32_t, double) override { owner->updateEditorSize(); }
 };
 
+/// A parameter that decides which processes there are and how they are linked.
+class CAudioWrapper::CStructureListener : public COwnedUpdateListener<CAudioWrapper>,
+                                          public CLumMemAllocator {
+public:
+    using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
+    ~CStructureListener() override { attach(nullptr, nullptr); }
+    void onUpdate(const CUpdateRecord*) override { owner->onStructureChanged(); }
+};
+
 CAudioWrapper::CAudioWrapper() = default;
 
 CAudioWrapper::~CAudioWrapper() {
     disconnectHost();
-    if (mainProcess) mainProcess->disconnect();
-    mainProcess.reset();
-    outputProcess.reset();
+    structureListeners.clear();
+    if (collector) collector->cancelDeferredCalls(graphCall);
+    firstGraph.reset();
+    graphs.replace(nullptr);
     if (instanceRoot) CObject::destroyObject(instanceRoot);
     CPersistentThread::releaseIdle();
 }
@@ -104,14 +114,12 @@ CErrorResult CAudioWrapper::init() {
     LUM_TRY(createInstanceTree());
     LUM_TRY(readProject());
     LUM_TRY(findInstanceObjects());
-    context.reset(new CAudioProcessContext{*env, *collector, samplePool});
     findHostParams();
-    LUM_TRY(createProcesses());
+    LUM_TRY(createFirstGraph());
     findWindowParams();
     findRoutingParams();
     paramRegistry->setRoutingProvider(this);
-    vizCollector->setControlWrites(&context->controlWrites);
-    CAudioProcessBase::connect(*mainProcess, 0, *outputProcess, 0);
+    vizCollector->setControlWrites(&controlWrites);
     exposeParams();
 
     isDirty = true;
@@ -218,22 +226,19 @@ void CAudioWrapper::findHostParams() {
     if (useHostRecording) hostRec = find("host-rec");
 }
 
-CErrorResult CAudioWrapper::createProcesses() {
-    LUM_TRY(createProcess(mainProcess, kMainDefinition, kMainName));
-    LUM_TRY(createProcess(outputProcess, kOutputDefinition, kOutputName));
-    if (!dynamic_cast<CModOutput*>(outputProcess.get()))
-        return LUM_FAIL(
-            "@lumstr_CAudioWrapper_init_InvalidOutput Output process object '%1' is not "
-            "of required 'CModOutput' type.",
-            kOutputDefinition);
-    return nullptr;
-}
-
-CErrorResult CAudioWrapper::createProcess(std::unique_ptr<CAudioProcessBase>& out,
-                                          const CString& definition, const CString& name) {
-    CAudioProcessDefBase* found = nullptr;
-    LUM_TRY(instanceRoot->findObjectChecked(found, definition));
-    LUM_TRY(found->instantiate(out, name, *context, nullptr));
+CErrorResult CAudioWrapper::createFirstGraph() {
+    CAudioProcessDefBase* mainDefinition = nullptr;
+    CAudioProcessDefBase* outputDefinition = nullptr;
+    LUM_TRY(instanceRoot->findObjectChecked(mainDefinition, kMainDefinition));
+    LUM_TRY(instanceRoot->findObjectChecked(outputDefinition, kOutputDefinition));
+    graphDefinitions = {mainDefinition, outputDefinition, kMainName, kOutputName,
+                        kOutputDefinition};
+    firstGraph.reset(new CAudioGraph(*env, *collector, controlWrites));
+    LUM_TRY(firstGraph->create(graphDefinitions));
+    for (CAudioParam* param : firstGraph->getValues().getStructureParams())
+        structureListeners
+            .push_back(std::unique_ptr<CStructureListener>(new CStructureListener(*this)))
+            ->attach(collector, param);
     return nullptr;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Audio/CAudioExtParamHostBridge.h"
+#include "Audio/CAudioGraphSwitch.h"
 #include "Audio/CAudioInterfaceDataProvider.h"
-#include "Audio/CAudioProcessBase.h"
 #include "Audio/CAudioRoutingInfoProvider.h"
 #include "Core/CObject.h"
 
@@ -15,7 +15,6 @@ class CAudioInterfaceBase;
 class CAudioParamRegistry;
 class CAudioVizCollector;
 class CByteBuffer;
-class CModOutput;
 
 /// Kinds of a queued event.
 enum class AudioEventKind : int32_t { Midi = 0, Param = 1 };
@@ -52,8 +51,8 @@ struct CAudioBusFormat {
 };
 
 /// One loaded instance of the plug-in, independent of the host format: owns the instance's tree,
-/// finds the objects that the product data declares, builds the two audio processes, and turns a
-/// host's block into process calls. What it knows of the product it reads from the shared tree.
+/// finds the objects that the product data declares, builds the audio graphs, and turns a host's
+/// block into process calls. What it knows of the product it reads from the shared tree.
 ///
 /// A format adapter derives from it. It calls init, adds its own, and ends with finishInit.
 /// `process` belongs to the host's audio thread; everything else to control threads, or to whatever
@@ -65,7 +64,6 @@ class CAudioWrapper : public CAudioExtParamHostBridge,
                       public CLumMemAllocator {
 public:
     static constexpr int kMaxChannels = kMaxPortChannels;
-    static constexpr int kLongestSubBlock = 512; // frames
 
     CAudioWrapper();
     ~CAudioWrapper() override;
@@ -104,8 +102,8 @@ public:
     /// Reads the wanted size of the editor window; tells the host when it has changed.
     void updateEditorSize();
 
-    /// Carries out parameter writes that the audio thread has left behind. Control threads,
-    /// whenever one comes by.
+    /// Carries out what other threads have left for a control thread: parameter writes, another
+    /// graph, graphs that have left. Control threads, whenever one comes by.
     void drainControlWrites();
     /// The state as one block of bytes: of the present program or of the whole bank, with or
     /// without the 16 reserved bytes that hosts store in front.
@@ -113,7 +111,8 @@ public:
     /// Takes such a block. On failure nothing has changed.
     CErrorResult setState(const void* data, size_t size, bool isPreset, bool withPrefix);
 
-    /// Queues an event for the next block; from the audio thread, between blocks.
+    /// Queues an event for the next block; from the audio thread, between blocks. Drops it when the
+    /// block has more than hosts ever send, as the queue does not grow.
     void addEvent(const CAudioEvent& event) LUM_REALTIME;
     /// True when a block may run: processing is started and nobody else is in a block, a start or a
     /// stop. Never waits. Then endBlock must follow, on this thread.
@@ -190,6 +189,16 @@ private:
     class CProgramChangeListener;
     class CWinSizeParamListener;
     struct CRoutingParams;
+    class CStructureListener;
+    /// Runs when no guard is open any more.
+    class CGraphCall : public CDeferredCallTarget {
+    public:
+        explicit CGraphCall(CAudioWrapper& wrapper) : owner(wrapper) {}
+        void onDeferredCall(int32_t, double) override { owner.drainControlWrites(); }
+
+    private:
+        CAudioWrapper& owner;
+    };
 
     // init, in its order
     CErrorResult createInstanceTree();
@@ -198,9 +207,7 @@ private:
     CErrorResult parseVersion();
     CErrorResult findInstanceObjects();
     void findHostParams();
-    CErrorResult createProcesses();
-    CErrorResult createProcess(std::unique_ptr<CAudioProcessBase>& out, const CString& definition,
-                               const CString& name);
+    CErrorResult createFirstGraph();
     void findWindowParams();
     void findRoutingParams();
     void exposeParams();
@@ -216,18 +223,20 @@ private:
     // Activation
     bool applyConfiguration();
     void publishLayout();
-    void runEmptyBlock(int frames);
-    void warmPools();
-    /// Replaces every module once and again and runs the fades to their end, on silence: afterwards
-    /// what a change of a parameter needs lies ready in the pools.
-    void rehearse();
-    void markAllParamsChanged();
+    /// Replaces the graph by one of the present layout and structure.
+    void layOut();
+    std::unique_ptr<CAudioGraph> makeGraph();
+    /// Offers another graph when the structure has changed. Any thread but a block's.
+    void updateGraph();
+    void onStructureChanged();
 
     // Blocks
     void exchange() LUM_REALTIME;
     void sortEvents() LUM_REALTIME;
     int dispatchEvents(int position, int frames, bool& wasDispatched) LUM_REALTIME;
     void runBlocks(const void* const* inputs, void* const* outputs, int frames) LUM_REALTIME;
+    void runSubBlock(const void* const* inputs, void* const* outputs, int position,
+                     int frames) LUM_REALTIME;
     void feedInputs(const void* const* inputs, int position, int frames) LUM_REALTIME;
     void collectOutputs(void* const* outputs, int position, int frames) LUM_REALTIME;
 
@@ -245,10 +254,14 @@ private:
     CAudioInterfaceBase* interfaceBase = nullptr;
     std::unique_ptr<CProgramChangeListener> programListener;
     CAudioCCTable* ccTable = nullptr;
-    CSampleBlockPool samplePool;
-    std::unique_ptr<CAudioProcessContext> context;
-    std::unique_ptr<CAudioProcessBase> mainProcess;
-    std::unique_ptr<CAudioProcessBase> outputProcess;                     // a CModOutput
+    CControlWriteQueue controlWrites;
+    CGraphDefinitions graphDefinitions;
+    platform::CLock graphLock; // outside blockLock; held by whoever makes, offers or frees graphs
+    CAudioGraphSwitch graphs;
+    std::unique_ptr<CAudioGraph> firstGraph; // of init, until the first layout
+    CVector<std::unique_ptr<CStructureListener>, 8> structureListeners;
+    CGraphCall graphCall{*this};
+    std::atomic<bool> wantsGraph{false}; // the structure may have changed
     CMap<std::pair<const CAudioParam*, int32_t>, int32_t> exposedIndices; // by parameter and place
 
     bool isTailDeclared = false;
@@ -265,11 +278,9 @@ private:
     CAudioBusFormat sideChainFormat;
     CAudioBusFormat outFormat;
     bool isDirty = false;
-    int layoutChannels = 0;
-    double layoutRate = 0.0; // Hz
+    CPortFormat layout; // written under graphLock and blockLock
 
-    bool isRunning = false;      // under blockLock
-    bool needsRehearsal = false; // under blockLock
+    bool isRunning = false; // written under graphLock and blockLock
     CVector<CAudioEvent, 0> events;
     int eventReadIndex = 0;
 

@@ -2,6 +2,7 @@
 
 #include "Audio/CAudioEnv.h"
 #include "Audio/CAudioVizCollector.h"
+#include "Core/CRealtimeScope.h"
 #include "Platform/FlushToZero.h"
 
 #include <algorithm>
@@ -99,7 +100,7 @@ void CAudioWrapper::runBlocks(const void* const* inputs, void* const* outputs, i
     bool needsExchange = true;
     {
         platform::CSpinGuard hold(env->lock);
-        env->blockEndTime = env->time + frames / layoutRate;
+        env->blockEndTime = env->time + frames / layout.sampleRate;
     }
     for (int position = 0; position < frames;) {
         bool wasDispatched = false;
@@ -107,18 +108,25 @@ void CAudioWrapper::runBlocks(const void* const* inputs, void* const* outputs, i
             dispatchEvents(position, std::min(frames - position, kLongestSubBlock), wasDispatched);
         if (needsExchange || wasDispatched) exchange();
         if (needsExchange) vizCollector->updateBlock();
+        runSubBlock(inputs, outputs, position, count);
         needsExchange = false;
-        feedInputs(inputs, position, count);
-        mainProcess->process();
-        outputProcess->process();
-        collectOutputs(outputs, position, count);
-        env->time += count / layoutRate;
+        env->time += count / layout.sampleRate;
         position += count;
     }
 }
 
+void CAudioWrapper::runSubBlock(const void* const* inputs, void* const* outputs, int position,
+                                int frames) {
+    CRealtimeScope scope;
+    feedInputs(inputs, position, frames);
+    graphs.process(frames);
+    collectOutputs(outputs, position, frames);
+}
+
 void CAudioWrapper::exchange() {
+    CRealtimeScope scope;
     collector->takePendingChanges();
+    if (graphs.exchange(layout.sampleRate)) env->latency = graphs.getLive()->getLatency();
 }
 
 /// Events come nearly sorted, so insertion is fast; it keeps the order of equal offsets.
@@ -148,40 +156,28 @@ int CAudioWrapper::dispatchEvents(int position, int frames, bool& wasDispatched)
 }
 
 void CAudioWrapper::feedInputs(const void* const* inputs, int position, int frames) {
-    for (int i = 0; i < layoutChannels; i++) {
+    for (int i = 0; i < layout.slots.ssize(); i++) {
         const bool isMain = i < inFormat.channels;
         const CAudioBusFormat& format = isMain ? inFormat : sideChainFormat;
         const void* const* pointers = !inputs || isMain ? inputs : inputs + pointerCount(inFormat);
         const auto view = viewChannel(pointers, format, isMain ? i : i - inFormat.channels);
-        if (!view.first) {
-            mainProcess->feedExternal(0, i, samplePool.takeZeroed(frames), frames);
-            continue;
-        }
-        CSampleBlockRef block = samplePool.take(frames);
-        if (format.isDouble)
+        CSampleBlockRef block = graphs.takeInput(frames);
+        if (!view.first)
+            std::fill_n(block.samples(), frames, 0.0);
+        else if (format.isDouble)
             readSamples<double>(view.first, position, view.stride, block.samples(), frames);
         else
             readSamples<float>(view.first, position, view.stride, block.samples(), frames);
-        mainProcess->feedExternal(0, i, std::move(block), frames);
+        graphs.feed(i, std::move(block), frames);
     }
 }
 
 void CAudioWrapper::collectOutputs(void* const* outputs, int position, int frames) {
-    int filled[kMaxChannels] = {}; // frames of this sub-block that a channel has received
-    const int delivered = std::min(frames, outputProcess->inputBlockLength(0));
-    for (CChannelSlot& slot : outputProcess->inputSlots(0)) {
-        const int channel = slot.format.channel;
-        const auto view = viewChannel(outputs, outFormat, channel);
-        if (!slot.block || filled[channel] > 0) continue;
-        writeChannel(view, outFormat.isDouble, position, slot.block.samples(), delivered);
-        filled[channel] = delivered;
-    }
-    outputProcess->releaseInputs();
-    for (int channel = 0; channel < outFormat.channels; channel++) {
-        const int done = channel < kMaxChannels ? filled[channel] : 0;
-        writeChannel(viewChannel(outputs, outFormat, channel), outFormat.isDouble, position + done,
-                     nullptr, frames - done);
-    }
+    double mixture[kLongestSubBlock];
+    for (int channel = 0; channel < outFormat.channels; channel++)
+        writeChannel(viewChannel(outputs, outFormat, channel), outFormat.isDouble, position,
+                     graphs.readOutput(channel, mixture), frames);
+    graphs.release();
 }
 
 void CAudioWrapper::writeSilence(void* const* outputs, const CAudioBusFormat& format, int frames) {
@@ -191,7 +187,7 @@ void CAudioWrapper::writeSilence(void* const* outputs, const CAudioBusFormat& fo
 
 void CAudioWrapper::addEvent(const CAudioEvent& event) {
     if (!blockLock.tryEnter()) return; // another thread is in a block, against the order of calls
-    events.push_back(event);
+    if (events.size() < events.capacity()) events.push_back(event);
     blockLock.leave();
 }
 

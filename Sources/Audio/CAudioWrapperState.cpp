@@ -19,12 +19,7 @@ namespace {
 
 constexpr double kDefaultWidth = 400.0; // pixels, where the product declares no size
 constexpr double kDefaultHeight = 300.0;
-// Blocks of the longest sub-block that one channel may have in use at once: its input, what the
-// equaliser and the gains hand on, both sides of their fades, and the aligned dry signal.
-constexpr int kBlocksPerChannel = 12;
-constexpr double kLongestFade = 0.1;     // seconds; fades of products stay well below
-constexpr int kDelayBlockSamples = 1024; // of the rings of the compensation delays
-constexpr int kDelayBlocksPerChannel = 4;
+constexpr int kMostSettling = 2000; // blocks in which the fades of a resume run out; a few will do
 constexpr size_t kStatePrefix = 16; // reserved bytes in front of a host's chunk
 
 } // namespace
@@ -37,13 +32,17 @@ void CAudioWrapper::start() {
     readOversamplingSettings(); // from the stores, so outside the locks and before a block runs
     bool isNewLayout = false;
     {
+        platform::CLockGuard holdGraphs(graphLock);
         platform::CSpinGuard holdBlocks(blockLock);
         {
             platform::CSpinGuard holdEnv(env->lock);
             if (std::exchange(env->isActive, true)) return;
         }
         isNewLayout = applyConfiguration();
-        if (std::exchange(needsRehearsal, false)) rehearse();
+        // What was set while nothing ran is in effect from the first sample.
+        CAudioGraph& graph = *graphs.getLive();
+        for (int i = 0; i < kMostSettling && !graph.isSettled(); i++)
+            graph.runSilence(kLongestSubBlock);
         isRunning = true;
     }
     if (isNewLayout) interfaceBase->sendChannelCounts();
@@ -56,6 +55,7 @@ void CAudioWrapper::stop() {
     platform::CFlushToZero mode;
     bool isNewLayout = false;
     {
+        platform::CLockGuard holdGraphs(graphLock);
         platform::CSpinGuard holdBlocks(blockLock);
         {
             platform::CSpinGuard holdEnv(env->lock);
@@ -63,8 +63,7 @@ void CAudioWrapper::stop() {
         }
         isRunning = false;
         isNewLayout = applyConfiguration();
-        mainProcess->reset();
-        outputProcess->reset();
+        graphs.getLive()->reset();
         vizCollector->reset();
     }
     if (isNewLayout) interfaceBase->sendChannelCounts();
@@ -92,64 +91,66 @@ bool CAudioWrapper::applyConfiguration() {
         platform::CSpinGuard hold(env->lock);
         isNew = std::exchange(isDirty, false);
     }
+    collector->takePendingChanges();
+    graphs.settle();
     if (isNew) publishLayout();
+    const CAudioGraph* graph = graphs.getNewest();
+    if (isNew || !graph || !graph->getValues().isStructureCurrent()) layOut();
     sortEvents();
     exchange();
-    runEmptyBlock(1);
-    needsRehearsal = needsRehearsal || isNew;
+    graphs.getLive()->runSilence(1);
     return isNew;
 }
 
 void CAudioWrapper::publishLayout() {
-    CPortFormat format;
-    {
-        platform::CSpinGuard hold(env->lock);
-        format.sampleRate = env->sampleRate;
-        layoutChannels = std::min(inFormat.channels + sideChainFormat.channels, kMaxChannels);
+    layout = CPortFormat();
+    platform::CSpinGuard hold(env->lock);
+    layout.sampleRate = env->sampleRate;
+    const int channels = std::min(inFormat.channels + sideChainFormat.channels, kMaxChannels);
+    for (int i = 0; i < channels; i++) layout.slots.push_back(CSlotFormat{i, 0, 0, 0});
+}
+
+void CAudioWrapper::layOut() {
+    std::unique_ptr<CAudioGraph> graph = makeGraph();
+    if (!graph) return;
+    graphs.replace(std::move(graph));
+    env->latency = graphs.getLive()->getLatency();
+}
+
+/// Under graphLock. Null, with lines in the log, when a process refuses.
+std::unique_ptr<CAudioGraph> CAudioWrapper::makeGraph() {
+    std::unique_ptr<CAudioGraph> graph = std::move(firstGraph);
+    if (!graph) {
+        graph.reset(new CAudioGraph(*env, *collector, controlWrites));
+        if (CErrorResult error = graph->create(graphDefinitions)) {
+            logAndDropError(std::move(error));
+            return nullptr;
+        }
     }
-    for (int i = 0; i < layoutChannels; i++) format.slots.push_back(CSlotFormat{i, 0, 0, 0});
-    layoutRate = format.sampleRate;
-    mainProcess->setExternalInput(0, format);
+    graph->prepare(layout);
+    return graph;
 }
 
-void CAudioWrapper::runEmptyBlock(int frames) {
-    for (int i = 0; i < layoutChannels; i++)
-        mainProcess->feedExternal(0, i, samplePool.takeZeroed(frames), frames);
-    mainProcess->process();
-    outputProcess->process();
-    outputProcess->releaseInputs();
+/// A listener's call, under the guard of the parameter that changes.
+void CAudioWrapper::onStructureChanged() {
+    wantsGraph.store(true, std::memory_order_release);
+    collector->deferCall(graphCall, 0, 0.0);
 }
 
-void CAudioWrapper::rehearse() {
-    warmPools();
-    // Twice, because the second replacement is the first that finds a retired module.
-    for (int round = 0; round < 2; round++) {
-        markAllParamsChanged();
-        const int frames = env->latency + static_cast<int>(kLongestFade * layoutRate);
-        for (int done = 0; done < frames; done += kLongestSubBlock) runEmptyBlock(kLongestSubBlock);
-    }
+void CAudioWrapper::updateGraph() {
+    platform::CFlushToZero mode;
+    platform::CLockGuard hold(graphLock);
+    graphs.freeLeft();
+    if (!wantsGraph.exchange(false, std::memory_order_acq_rel)) return;
+    if (!isRunning || graphs.getNewest()->getValues().isStructureCurrent()) return;
+    if (std::unique_ptr<CAudioGraph> graph = makeGraph()) graphs.offer(std::move(graph));
 }
 
-/// Gives every number on the audio side the value that it has.
-void CAudioWrapper::markAllParamsChanged() {
-    collector->forEachParam([this](CAudioParam& param) {
-        const CAudioParamInfo* info = param.getInfo();
-        if (!info || !info->format.isFloat() || !param.getAudioValues().isInitialised()) return;
-        const int groups = info->format.isSingleGroup ? 1 : groupCount;
-        for (int group = 0; group < groups; group++)
-            collector->queueChange(
-                param, CAudioParamChange::ofGroup(param.getAudioValues(), group, this), true);
-    });
-}
-
-void CAudioWrapper::warmPools() {
-    const int channels = std::max(layoutChannels, intChannelCount);
-    samplePool.warm(kLongestSubBlock, channels * kBlocksPerChannel);
-    samplePool.warm(kDelayBlockSamples, channels * kDelayBlocksPerChannel);
-}
-
+/// A parameter may be set inside a block; what follows from it then waits for another thread.
 void CAudioWrapper::drainControlWrites() {
-    if (!context->controlWrites.isEmpty()) context->controlWrites.drain();
+    if (blockLock.isHeldByCaller()) return;
+    if (wantsGraph.load(std::memory_order_acquire) || graphs.hasLeft()) updateGraph();
+    if (!controlWrites.isEmpty()) controlWrites.drain();
 }
 
 void CAudioWrapper::onLatencyChanged() {
@@ -212,7 +213,7 @@ int CAudioWrapper::getLatency() const {
 // What the host tells of itself. These may run on the audio thread.
 
 void CAudioWrapper::writeHostParam(CAudioParam& param, double value) {
-    context->controlWrites.post(param, 0, value);
+    controlWrites.post(param, 0, value);
 }
 
 void CAudioWrapper::setOffline(bool isHostOffline) {

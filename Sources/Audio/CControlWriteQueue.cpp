@@ -21,7 +21,7 @@ void CControlWriteQueue::drain() {
         CVector<CWrite, 16> taken;
         {
             platform::CSpinGuard hold(lock);
-            taken.append(writes);
+            for (const CWrite& write : writes) taken.push_back(write);
             writes.clear();
             hasWrites.store(false, std::memory_order_release);
         }

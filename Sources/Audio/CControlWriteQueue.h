@@ -16,6 +16,7 @@ class CAudioParamInfo;
 /// and a control thread carries the writes out. One per instance.
 class CControlWriteQueue {
 public:
+    CControlWriteQueue() { writes.reserve(kRoom); }
     /// Notes a write; a later one of the same group replaces it. definition: the parameter is bound
     /// to it first, null when others bind it. Audio thread; spins for a few stores.
     void post(CAudioParam& param, int group, double value,
@@ -36,9 +37,10 @@ private:
     void carryOut(const CWrite& write);
 
     std::atomic_flag isDraining;
+    static constexpr size_t kRoom = 64; // parameters and groups that the audio thread writes
     platform::CSpinLock lock;
     std::atomic<bool> hasWrites{false};
-    CVector<CWrite, 16> writes;
+    CVector<CWrite, 0> writes;
 };
 
 } // namespace lum

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace lum {
 
@@ -24,6 +25,10 @@ void CRaisedCosineFade::mix(double* out, const double* oldSamples, const double*
     }
     value = now;
     previous = before;
+}
+
+void CRaisedCosineFade::skip(int count) noexcept LUM_REALTIME {
+    for (; count > 0; count--) previous = std::exchange(value, factor * value - previous);
 }
 
 } // namespace lum

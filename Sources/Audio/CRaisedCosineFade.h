@@ -17,6 +17,8 @@ struct CRaisedCosineFade {
     /// Mixes `count` samples and advances. out may be one of the inputs.
     void mix(double* out, const double* oldSamples, const double* newSamples,
              int count) noexcept LUM_REALTIME;
+    /// Advances by `count` samples.
+    void skip(int count) noexcept LUM_REALTIME;
 };
 
 } // namespace lum

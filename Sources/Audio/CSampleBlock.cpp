@@ -1,5 +1,6 @@
 #include "Audio/CSampleBlock.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 
@@ -8,7 +9,6 @@ namespace lum {
 namespace {
 
 constexpr size_t kDataAlignment = 64; // bytes: a cache line, and more than any vector needs
-constexpr int kFallbackReach = 7;     // classes above that may serve a request
 
 } // namespace
 
@@ -27,8 +27,8 @@ CSampleBlockPool::~CSampleBlockPool() {
 }
 
 CSampleBlockRef CSampleBlockPool::take(int sampleCount) LUM_REALTIME {
-    size_t bytes = static_cast<size_t>(sampleCount > 0 ? sampleCount : 1) * sizeof(double);
-    CSampleBlock* block = findFree(classOf(bytes), bytes);
+    const size_t bytes = bytesOf(sampleCount);
+    CSampleBlock* block = findFree(bytes);
     if (!block) block = allocate(bytes);
     block->count = 1;
     blocksOut++;
@@ -42,32 +42,23 @@ CSampleBlockRef CSampleBlockPool::takeZeroed(int sampleCount) LUM_REALTIME {
     return block;
 }
 
-void CSampleBlockPool::warm(int sampleCount, int count) {
-    size_t bytes = static_cast<size_t>(sampleCount) * sizeof(double);
-    CSampleBlock*& list = freeLists[classOf(bytes)];
-    for (CSampleBlock* block = list; block; block = block->next) count--;
-    for (; count > 0; count--) {
-        CSampleBlock* block = allocate(bytes);
-        block->next = std::exchange(list, block);
-    }
+size_t CSampleBlockPool::bytesOf(int sampleCount) noexcept {
+    const size_t bytes = static_cast<size_t>(std::max(sampleCount, 0)) * sizeof(double);
+    return std::max(bytes, kSmallest);
 }
 
 int CSampleBlockPool::classOf(size_t bytes) noexcept {
     return bytes > kLargest ? kListCount : static_cast<int>((bytes - 1) / kStep);
 }
 
-/// A free block of the class, or of one a little larger; null when there is none.
-CSampleBlock* CSampleBlockPool::findFree(int sizeClass, size_t bytes) noexcept {
-    int last =
-        sizeClass < kListCount ? std::min(sizeClass + kFallbackReach, kListCount - 1) : kListCount;
-    for (int i = sizeClass; i <= last; i++) {
-        CSampleBlock* block = freeLists[i];
-        if (!block) continue;
-        freeLists[i] = block->next;
-        if (block->capacityBytes >= bytes) return block;
-        destroy(block); // only the list of large blocks holds any that are too small
-        return nullptr;
-    }
+/// A free block of the request's list; null when there is none.
+CSampleBlock* CSampleBlockPool::findFree(size_t bytes) noexcept {
+    CSampleBlock*& list = freeLists[classOf(bytes)];
+    CSampleBlock* block = list;
+    if (!block) return nullptr;
+    list = block->next;
+    if (block->capacityBytes >= bytes) return block;
+    destroy(block); // only the list of large blocks holds any that are too small
     return nullptr;
 }
 
@@ -83,11 +74,13 @@ CSampleBlock* CSampleBlockPool::allocate(size_t bytes) {
     block->data = reinterpret_cast<double*>(start);
     block->capacityBytes = room;
     block->sizeClass = sizeClass;
+    bytesHeld += room;
     return block;
 }
 
 void CSampleBlockPool::destroy(CSampleBlock* block) noexcept {
     void* memory = block->allocation;
+    bytesHeld -= block->capacityBytes;
     block->~CSampleBlock();
     pool::free(memory);
 }

@@ -63,8 +63,14 @@ private:
     CSampleBlock* block = nullptr;
 };
 
-/// The sample blocks of one instance: 128 free lists in steps of 512 bytes and one for all larger
-/// blocks. Taking from a list that is not empty allocates nothing. Audio thread (and set-up) only.
+/// The longest piece in which an instance runs a block of the host, in samples.
+constexpr int kLongestSubBlock = 512;
+
+/// The sample blocks of one graph: 128 free lists in steps of 512 bytes and one for all larger
+/// blocks. Requests up to the longest sub-block share one list, so that the length of the host's
+/// blocks makes no difference; above that a list serves its own sizes alone. So what a piece of
+/// work has once taken and given back it can take again, whatever came between, and nothing is
+/// allocated. Audio thread, or the thread that sets the graph up.
 class CSampleBlockPool {
 public:
     CSampleBlockPool() = default;
@@ -76,26 +82,27 @@ public:
     CSampleBlockRef take(int sampleCount) LUM_REALTIME;
     /// A block of zeros.
     CSampleBlockRef takeZeroed(int sampleCount) LUM_REALTIME;
-    /// Makes sure that at least `count` free blocks of this size wait in their list. May allocate:
-    /// for set-up. A free block also serves requests up to seven classes smaller whose own list is
-    /// empty, so that warming 512 samples covers every length of a block up to that.
-    void warm(int sampleCount, int count);
     /// Blocks that are in use.
     int getBlocksOut() const noexcept { return blocksOut; }
+    /// Bytes of samples that the pool holds, in use or free.
+    size_t getBytes() const noexcept { return bytesHeld; }
 
 private:
     friend class CSampleBlock;
     static constexpr int kListCount = 128;
-    static constexpr size_t kStep = 512;      // bytes
+    static constexpr size_t kStep = 512; // bytes
+    static constexpr size_t kSmallest = kLongestSubBlock * sizeof(double);
     static constexpr size_t kLargest = 65536; // bytes of the largest listed block
+    static size_t bytesOf(int sampleCount) noexcept;
     static int classOf(size_t bytes) noexcept;
     CSampleBlock* allocate(size_t bytes);
-    CSampleBlock* findFree(int sizeClass, size_t bytes) noexcept;
-    static void destroy(CSampleBlock* block) noexcept;
+    CSampleBlock* findFree(size_t bytes) noexcept;
+    void destroy(CSampleBlock* block) noexcept;
     void giveBack(CSampleBlock* block) noexcept;
 
     CSampleBlock* freeLists[kListCount + 1] = {}; // the last one holds all larger blocks
     int blocksOut = 0;
+    size_t bytesHeld = 0;
 };
 
 } // namespace lum

@@ -1,12 +1,14 @@
 #include "Core/CLumMemAllocator.h"
 
 #include "Core/CLog.h"
+#include "Core/CRealtimeScope.h"
 #include "Platform/File.h"
 #include "Platform/Lock.h"
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cassert>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -235,6 +237,7 @@ size_t largeSize(const void* block) {
 } // namespace
 
 void* alloc(size_t size) noexcept {
+    assert(!CRealtimeScope::isOpen());
     const size_t c = sizeClass(size);
     if (c >= kLargeClass) return allocLarge(size);
     CSizeClass& record = classTable.records[c];

@@ -45,6 +45,7 @@ public:
     void enter() noexcept;
     bool tryEnter() noexcept;
     void leave() noexcept;
+    bool isHeldByCaller() const noexcept;
 
 private:
     std::atomic<uintptr_t> owner{0}; // the system's handle of the thread, 0 for none

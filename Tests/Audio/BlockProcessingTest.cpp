@@ -137,13 +137,10 @@ TEST(BlockProcessingTest, aBlockOfNoFramesTouchesNothing) {
     EXPECT_EQ(g.run(500, {250})[0][200], 2.0 * noiseAt(0, 600));
 }
 
-TEST(SampleBlockPoolTest, warmBlocksServeSmallerRequestsAndComeBack) {
+TEST(SampleBlockPoolTest, whatCameBackServesItsOwnSizesAgain) {
     CSampleBlockPool pool;
-    pool.warm(512, 2);
-    CSampleBlockRef first = pool.take(512);
-    CSampleBlock* seen = first.get();
-    first.reset();
-    CSampleBlockRef small = pool.take(3);
+    CSampleBlock* seen = pool.take(512).get(); // back at once
+    CSampleBlockRef small = pool.take(3);      // lengths of a block share one list
     EXPECT_EQ(small.get(), seen);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(small.samples()) % 16, 0u);
     CSampleBlockRef shared = small;
@@ -151,9 +148,10 @@ TEST(SampleBlockPoolTest, warmBlocksServeSmallerRequestsAndComeBack) {
     shared.reset();
     small.reset();
     EXPECT_EQ(pool.getBlocksOut(), 0);
-    CSampleBlockRef large = pool.take(9000);
-    seen = large.get();
-    large.reset();
+    seen = pool.take(1300).get();
+    EXPECT_NE(pool.take(1200).get(), seen); // a longer one is not lent
+    EXPECT_EQ(pool.take(1300).get(), seen);
+    seen = pool.take(9000).get();
     EXPECT_EQ(pool.take(8500).get(), seen);
     EXPECT_GE(pool.take(20000)->capacity(), 20000); // the entry does not suffice and is replaced
 }

@@ -144,12 +144,10 @@ TEST_F(Collector, listenersHearOfTheirGroupAndElement) {
                                {"is-single-element", c.isSingleElement ? "1" : "0"},
                                {"def-values", "1,1,1,1"}}));
         collector->takePendingChanges();
-        const CAudioParamStorage* storage = nullptr;
         uint8_t dirty = 0;
         uint32_t mask = 99;
-        CAudioListenerNode* node =
-            collector->addAudioListener(param, storage, &dirty, &mask, c.nodeGroup, c.nodeElement);
-        EXPECT_EQ(storage, &param.getAudioValues());
+        CAudioListenerNode node{&dirty, &mask, c.nodeGroup, c.nodeElement};
+        collector->addAudioListener(param, node);
         EXPECT_EQ(mask, c.nodeGroup == -1 ? 1u : 0u); // one group is there
         mask = 0;
         apply(param, c.changeGroup, c.first, CValueList(static_cast<size_t>(c.count), 2.0),
@@ -164,12 +162,14 @@ TEST_F(Collector, listenersHearOfTheirGroupAndElement) {
 
 TEST_F(Collector, listenersComeAndGoInAnyNumber) {
     CAudioParam& param = bound("p", infoOf({}));
-    const CAudioParamStorage* storage = nullptr;
     std::vector<uint8_t> dirty(500);
     std::vector<uint32_t> masks(500);
-    std::vector<CAudioListenerNode*> nodes;
-    for (size_t i = 0; i < dirty.size(); i++)
-        nodes.push_back(collector->addAudioListener(param, storage, &dirty[i], &masks[i], -1, -1));
+    std::vector<CAudioListenerNode> nodes(500);
+    for (size_t i = 0; i < dirty.size(); i++) {
+        nodes[i].dirty = &dirty[i];
+        nodes[i].groupMask = &masks[i];
+        collector->addAudioListener(param, nodes[i]);
+    }
     for (size_t i = 0; i < nodes.size(); i += 3) collector->removeAudioListener(nodes[i]);
     collector->takePendingChanges();
     for (size_t i = 0; i < dirty.size(); i++) EXPECT_EQ(dirty[i], i % 3 == 0 ? 0 : 1);

@@ -112,9 +112,9 @@ TEST_P(ConvolverTest, aConstantStartsAtItsFinalLevel) {
 
 TEST_P(ConvolverTest, channelsWithOneKernelDoNotDisturbEachOther) {
     const Samples kernel = noise(1151, 7), left = noise(4000, 8), right = noise(4000, 9);
-    auto shared = CKernelPartitions::make(pool, 128, kernel.data(), 1151);
+    CKernelPartitions shared;
+    shared.fill(pool, 128, kernel.data(), 1151);
     CDSPConvolver a(pool, shared), b(pool, shared), aloneA(pool, shared), aloneB(pool, shared);
-    shared.reset(); // the convolvers hold it
     Samples outA(4000), outB(4000);
     for (size_t at = 0; at < 4000; at += 50) {
         a.process(left.data() + at, outA.data() + at, 50);

@@ -168,7 +168,7 @@ public:
         given["env"] = lum::CAttrEntry::ofText("^audio-env");
         LUM_TRY(root->createChild(collector, "audio:param-collector", "collector", false, &given));
         pool.reset(new lum::CSampleBlockPool);
-        context.reset(new lum::CAudioProcessContext{*env, *collector, *pool});
+        context.reset(new lum::CAudioProcessContext{*env, *collector, *pool, writes});
         LUM_TRY(make(main, "main"));
         LUM_TRY(make(output, "output"));
         lum::CAudioProcessBase::connect(*main, 0, *output, 0);
@@ -226,6 +226,7 @@ public:
 
     double (*signal)(int channel, int position) = noiseAt;
     std::unique_ptr<lum::CSampleBlockPool> pool;
+    lum::CControlWriteQueue writes;
     std::unique_ptr<lum::CAudioProcessContext> context;
     std::unique_ptr<lum::CAudioProcessBase> main;
     std::unique_ptr<lum::CAudioProcessBase> output;

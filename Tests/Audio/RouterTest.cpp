@@ -56,15 +56,15 @@ TEST(RouterTest, groupsFollowTheInternalChannelAndAreCounted) {
     g.run(10);
     CAudioParam& counts = g.collector->getParam("plugin.main.counts");
     EXPECT_EQ(counts.readValue(0, 0), 2.0); // nothing yet: a control thread writes
-    g.context->controlWrites.drain();
+    g.writes.drain();
     EXPECT_EQ(counts.readValue(0, 0), 1.0);
     EXPECT_EQ(counts.readValue(1, 0), 0.0);
     EXPECT_EQ(counts.readValue(2, 0), 3.0);
     g.set("plugin.main.in.routing", 0, 0, 0.0);
     g.run(10);
-    g.context->controlWrites.drain();
+    g.writes.drain();
     EXPECT_EQ(counts.readValue(0, 0), 0.0);
-    EXPECT_TRUE(g.context->controlWrites.isEmpty());
+    EXPECT_TRUE(g.writes.isEmpty());
 }
 
 } // namespace

@@ -16,9 +16,6 @@ constexpr const char* kGains = "modSorrelGEQ.gains";
 constexpr double kRate = 44100.0;
 constexpr int kBlock = 256; // frames
 
-/// Programs of one routing: another routing is another graph, which does not fade.
-constexpr int kUnrouted[] = {0, 1, 2, 4, 5, 6};
-
 /// How long the threads run; the variable makes it longer.
 double secondsToRun() {
     const char* text = std::getenv("LUM_STRESS_SECONDS");
@@ -103,8 +100,8 @@ protected:
     void runPresets() {
         for (int program = 0; program < 3; program++) chunks.push_back(chunk(program == 0));
         for (int i = 0; !isDone; i++) {
-            if (i % 4 == 0) registry().setCurrentProgram(kUnrouted[i / 4 % 6], nullptr);
-            if (i % 4 == 1) registry().activateFactoryPreset(kUnrouted[i / 4 % 5]);
+            if (i % 4 == 0) registry().setCurrentProgram(i / 4 % 7, nullptr);
+            if (i % 4 == 1) registry().activateFactoryPreset(i / 4 % 7);
             const CByteBuffer& state = chunks[i % 3];
             if (i % 4 == 2) {
                 EXPECT_FALSE(wrapper->setState(state.data(), state.size(), i % 3 == 0, true));

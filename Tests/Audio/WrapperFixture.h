@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -27,15 +28,18 @@ public:
     ~TestWrapper() override { disconnectHost(); }
     void hostParamChanged(int32_t index, double value) override {
         if (!isInitialised) return;
-        changes.push_back({index, value});
+        {
+            std::lock_guard hold(lock);
+            changes.push_back({index, value});
+        }
         if (onHostCall) onHostCall();
     }
     void hostUpdateDisplay() override {
         displays++;
         if (onHostCall) onHostCall();
     }
-    void hostBeginEdit(int32_t index) override { edits.push_back(index); }
-    void hostEndEdit(int32_t index) override { edits.push_back(-index); }
+    void hostBeginEdit(int32_t index) override { noteEdit(index); }
+    void hostEndEdit(int32_t index) override { noteEdit(-index); }
 
     CAudioParam& param(const char* name) {
         return getCollector().getParam(CString("plugin.modMain.") + name);
@@ -49,6 +53,13 @@ public:
     std::vector<int32_t> edits;
     int displays = 0;
     std::function<void()> onHostCall; // what the host does meanwhile
+
+private:
+    void noteEdit(int32_t index) {
+        std::lock_guard hold(lock);
+        edits.push_back(index);
+    }
+    std::mutex lock; // any thread may be the one that closes the last guard
 };
 
 /// The application with the real product, and an instance of it, not yet initialised.

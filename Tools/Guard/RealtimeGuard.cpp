@@ -26,6 +26,7 @@ struct Record {
 };
 
 thread_local int guardDepth = 0;
+thread_local bool mayYield = false;
 std::atomic<long> violationCount{0};
 Record records[kRecords];
 
@@ -125,8 +126,13 @@ GUARD_FUNCTION(int, clock_nanosleep,
                (clockid_t clock, int flags, const timespec* t, timespec* rest),
                (clock, flags, t, rest))
 GUARD_FUNCTION(int, usleep, (useconds_t time), (time))
-GUARD_FUNCTION(int, sched_yield, (), ())
 GUARD_FUNCTION(int, poll, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
+
+GUARD_EXPORT int sched_yield() noexcept {
+    static std::atomic<int (*)()> cache{nullptr};
+    if (!mayYield) note("sched_yield");
+    return real(cache, "sched_yield")();
+}
 
 // Files and memory maps.
 GUARD_FUNCTION(ssize_t, read, (int fd, void* data, std::size_t size), (fd, data, size))
@@ -163,7 +169,8 @@ GUARD_EXPORT long syscall(long number, ...) noexcept {
 
 namespace lum::test {
 
-RealtimeGuard::RealtimeGuard() {
+RealtimeGuard::RealtimeGuard(Yield yield) {
+    mayYield = yield == Yield::Allowed;
     guardDepth = 1;
 }
 RealtimeGuard::~RealtimeGuard() {

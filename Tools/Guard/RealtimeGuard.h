@@ -14,7 +14,9 @@ namespace lum::test {
 /// Guards the calling thread while it lives. Not to be nested.
 class RealtimeGuard {
 public:
-    RealtimeGuard();
+    /// Whether to give the processor away counts as a violation.
+    enum class Yield { Forbidden, Allowed };
+    explicit RealtimeGuard(Yield yield = Yield::Forbidden);
     ~RealtimeGuard();
     RealtimeGuard(const RealtimeGuard&) = delete;
     RealtimeGuard& operator=(const RealtimeGuard&) = delete;

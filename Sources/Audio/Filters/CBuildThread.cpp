@@ -1,25 +1,26 @@
 #include "Audio/Filters/CBuildThread.h"
 
 #include "Audio/Filters/CDSPFIREQ.h"
+#include "Platform/Lock.h"
 
 namespace lum {
 
 namespace {
 
-thread_local int openScopes = 0;
+// Its holder may have helpers. A thread-local mark would not do: its first use on a thread calls
+// the system's allocator, and the audio thread asks here.
+platform::CSpinLock permission;
 
 } // namespace
 
-CBuildHelperScope::CBuildHelperScope() {
-    openScopes++;
-}
+CBuildHelperScope::CBuildHelperScope() : isHolder(permission.tryEnter()) {}
 
 CBuildHelperScope::~CBuildHelperScope() {
-    openScopes--;
+    if (isHolder) permission.leave();
 }
 
 bool CBuildThread::isAllowed() {
-    return openScopes > 0;
+    return permission.isHeldByCaller();
 }
 
 CErrorResult CBuildThread::run() {

@@ -20,16 +20,19 @@ private:
     const double* gains;
 };
 
-/// Allows helpers to the kernels that this thread makes while the object lives. To wake a sleeping
-/// thread is a call to the system, and to wait for it is a wait, so inside a block the audio thread
-/// sums all slices itself; with the partial sums that the table keeps that is also the faster way.
-/// Whoever builds filters outside a block, at start and resume, opens a scope.
+/// Allows helpers to the kernels that this thread makes while the object lives, unless another
+/// thread has them just now. To wake a sleeping thread is a call to the system, and to wait for it
+/// is a wait, so inside a block the audio thread sums all slices itself; with the partial sums that
+/// the table keeps that is also the faster way. Whoever prepares a graph opens a scope.
 class CBuildHelperScope {
 public:
     CBuildHelperScope();
     ~CBuildHelperScope();
     CBuildHelperScope(const CBuildHelperScope&) = delete;
     CBuildHelperScope& operator=(const CBuildHelperScope&) = delete;
+
+private:
+    bool isHolder;
 };
 
 } // namespace lum

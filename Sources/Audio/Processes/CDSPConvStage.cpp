@@ -1,6 +1,7 @@
 #include "Audio/Processes/CDSPConvStage.h"
 
 #include "Audio/Processes/CKernelPartitions.h"
+#include "Audio/Processes/SampleArena.h"
 #include "Audio/Transform/CFFTPlan.h"
 #include "Audio/Transform/VectorCode.h"
 
@@ -13,16 +14,16 @@ CDSPConvStage::CDSPConvStage(CSampleBlockPool& pool, const CStagePartitions& sta
     : kernel(stageKernel),
       output(stageOutput),
       block(stageKernel.block),
-      remaining(stageKernel.block),
-      window(pool.take(2 * block)),
-      current(pool.take(2 * block)) {
-    const size_t partitions = static_cast<size_t>(kernel.partitions());
-    spectra.reserve(partitions);
-    ring.resize(2 * partitions, nullptr);
-    for (size_t j = 0; j < partitions; j++) {
-        spectra.push_back(pool.take(kernel.plan->blockedSize()));
-        ring[j] = ring[j + partitions] = spectra.back().samples();
-    }
+      remaining(stageKernel.block) {
+    memory = takeArena(pool, [this](CSampleArena& arena) {
+        window = arena.values(2 * block);
+        current = arena.values(2 * block);
+        ring = arena.pointers(2 * kernel.partitions);
+        for (int j = 0; j < kernel.partitions; j++) {
+            double* spectrum = arena.values(kernel.plan->blockedSize());
+            if (ring) ring[j] = ring[j + kernel.partitions] = spectrum;
+        }
+    });
 }
 
 void CDSPConvStage::process(const double* in, double* out, int count) {
@@ -43,18 +44,18 @@ void CDSPConvStage::process(const double* in, double* out, int count) {
 /// spectra. A constant's spectrum is its value times N in bin 0.
 void CDSPConvStage::reset(double firstSample) {
     historyScale = firstSample * kernel.plan->getSize();
-    std::fill_n(window.samples() + block, block, firstSample);
-    std::fill_n(current.samples(), block, historyScale * kernel.dcFrom[0]);
+    std::fill_n(window + block, block, firstSample);
     remaining = block;
     newest = 0;
     known = 0;
     needsReset = false;
+    playBlock();
 }
 
 void CDSPConvStage::passSamples(const double* in, double* out, int count) {
     const int at = block - remaining;
-    std::copy_n(in, count, window.samples() + at);
-    const double* ready = current.samples() + at;
+    std::copy_n(in, count, window + at);
+    const double* ready = current + at;
     if (output == Output::Copy)
         std::copy_n(ready, count, out);
     else
@@ -62,21 +63,39 @@ void CDSPConvStage::passSamples(const double* in, double* out, int count) {
 }
 
 void CDSPConvStage::completeBlock() {
-    const int partitions = kernel.partitions();
-    const CFFTPlan& plan = *kernel.plan;
-    double* product = kernel.product.samples();
-    newest = newest == 0 ? partitions - 1 : newest - 1;
-    known = std::min(known + 1, partitions);
+    newest = newest == 0 ? kernel.partitions - 1 : newest - 1;
+    known = std::min(known + 1, kernel.partitions);
+    kernel.plan->forwardBlocked(window, ring[newest]);
+    playBlock();
+    std::copy_n(window, block, window + block);
+    remaining = block;
+}
 
-    kernel.plan->forwardBlocked(window.samples(), const_cast<double*>(ring[newest]));
-    vectorCode().sumProducts(ring.data() + newest, kernel.pointers.data(), known, product,
-                             plan.blockedSize());
+/// Sums all products and plays the result from now on.
+void CDSPConvStage::playBlock() {
+    if (known == 0) {
+        std::fill_n(current, block, historyScale * kernel.dcFrom[0]);
+        return;
+    }
+    CFFTPlan& plan = *kernel.plan;
+    double* product = kernel.product;
+    vectorCode().sumProducts(ring + newest, kernel.spectra, known, product, plan.blockedSize());
     product[0] +=
         historyScale * kernel.dcFrom[known]; // blocks before the reset; 0 once all are known
-    kernel.plan->inverseBlocked(product, current.samples());
+    plan.inverseBlocked(product, current);
+}
 
-    std::copy_n(window.samples(), block, window.samples() + block);
-    remaining = block;
+void CDSPConvStage::takeHistory(const CDSPConvStage& other) {
+    needsReset = other.needsReset;
+    if (needsReset) return;
+    remaining = other.remaining;
+    historyScale = other.historyScale;
+    newest = other.newest;
+    known = other.known;
+    std::copy_n(other.window, 2 * block, window);
+    for (int j = newest; j < newest + known; j++)
+        std::copy_n(other.ring[j], kernel.plan->blockedSize(), ring[j]);
+    playBlock();
 }
 
 } // namespace lum

@@ -19,6 +19,8 @@ public:
 
     /// Forgets the past at the next sample, whose value then counts as the constant past.
     void requestReset() { needsReset = true; }
+    /// Goes on where a stage of the same shape is, as if this one had had its input all along.
+    void takeHistory(const CDSPConvStage& other) LUM_REALTIME;
     /// in, out: [count] samples; a count of 0 changes nothing.
     void process(const double* in, double* out, int count) LUM_REALTIME;
 
@@ -26,6 +28,7 @@ private:
     void reset(double firstSample) LUM_REALTIME;
     void passSamples(const double* in, double* out, int count) LUM_REALTIME;
     void completeBlock() LUM_REALTIME;
+    void playBlock() LUM_REALTIME;
 
     const CStagePartitions& kernel;
     Output output;
@@ -33,12 +36,12 @@ private:
     int block;                 // B
     int remaining;             // samples until the block is complete
     double historyScale = 0.0; // DC bin of a block of the constant past
-    CSampleBlockRef window;    // [2 * B]: the block being gathered, then the block before it
-    CSampleBlockRef current;   // [2 * B]: the lower half is being played out
-    CVector<CSampleBlockRef, 8> spectra; // [partitions] of past input blocks
-    CVector<const double*, 16> ring;     // [2 * partitions]: the spectra twice in a row
-    int newest = 0;                      // ring[newest + j] is the spectrum of j blocks ago
-    int known = 0;                       // spectra since the reset; earlier ones are the constant
+    int newest = 0;            // ring[newest + j] is the spectrum of j blocks ago
+    int known = 0;             // spectra since the reset; earlier ones are the constant
+    CSampleBlockRef memory;    // of what follows
+    double* window = nullptr;  // [2 * B]: the block being gathered, then the block before it
+    double* current = nullptr; // [2 * B]: the lower half is being played out
+    double** ring = nullptr;   // [2 * P]: the spectra of past input blocks twice in a row
 };
 
 } // namespace lum

@@ -6,21 +6,32 @@
 
 namespace lum {
 
-CDSPConvolver::CDSPConvolver(CSampleBlockPool& pool,
-                             std::shared_ptr<const CKernelPartitions> sharedKernel)
-    : kernel(std::move(sharedKernel)) {
-    stages.reserve(kernel->getStages().size());
-    for (const CStagePartitions& stage : kernel->getStages())
-        stages.emplace_back(
-            pool, stage, stages.empty() ? CDSPConvStage::Output::Copy : CDSPConvStage::Output::Add);
+CDSPConvolver::CDSPConvolver(CSampleBlockPool& pool, const CKernelPartitions& sharedKernel) {
+    makeStages(pool, sharedKernel);
 }
 
 CDSPConvolver::CDSPConvolver(CSampleBlockPool& pool, int minBlock, const double* taps,
                              int kernelLength)
-    : CDSPConvolver(pool, CKernelPartitions::make(pool, minBlock, taps, kernelLength)) {}
+    : ownKernel(new CKernelPartitions) {
+    ownKernel->fill(pool, minBlock, taps, kernelLength);
+    makeStages(pool, *ownKernel);
+}
+
+CDSPConvolver::~CDSPConvolver() = default;
+
+void CDSPConvolver::makeStages(CSampleBlockPool& pool, const CKernelPartitions& kernel) {
+    stages.reserve(kernel.getStages().size());
+    for (const CStagePartitions& stage : kernel.getStages())
+        stages.emplace_back(
+            pool, stage, stages.empty() ? CDSPConvStage::Output::Copy : CDSPConvStage::Output::Add);
+}
 
 void CDSPConvolver::requestReset() {
     for (CDSPConvStage& stage : stages) stage.requestReset();
+}
+
+void CDSPConvolver::takeHistory(const CDSPConvolver& other) {
+    for (int i = 0; i < stages.ssize(); i++) stages[i].takeHistory(other.stages[i]);
 }
 
 void CDSPConvolver::process(const double* in, double* out, int count) {

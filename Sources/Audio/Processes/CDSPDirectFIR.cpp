@@ -8,7 +8,18 @@ namespace lum {
 
 CDSPDirectFIR::CDSPDirectFIR(CSampleBlockPool& pool, const double* taps, int count)
     : length(count), coefficients(pool.take(count)), buffer(pool.take(2 * count)) {
-    std::copy_n(taps, count, coefficients.samples());
+    setTaps(taps);
+}
+
+void CDSPDirectFIR::setTaps(const double* taps) {
+    std::copy_n(taps, length, coefficients.samples());
+    needsReset = true;
+}
+
+void CDSPDirectFIR::takeHistory(const CDSPDirectFIR& other) {
+    needsReset = other.needsReset;
+    position = other.position;
+    std::copy_n(other.buffer.samples(), 2 * length, buffer.samples());
 }
 
 void CDSPDirectFIR::process(const double* in, double* out, int count, Output output) {

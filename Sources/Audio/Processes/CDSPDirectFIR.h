@@ -13,6 +13,11 @@ public:
     /// taps: [count], at least 1, copied.
     CDSPDirectFIR(CSampleBlockPool& pool, const double* taps, int count);
 
+    int getLength() const { return length; }
+    /// Takes other taps, [getLength()] of them, and forgets the past.
+    void setTaps(const double* taps) LUM_REALTIME;
+    /// Goes on where a filter of the same length is.
+    void takeHistory(const CDSPDirectFIR& other) LUM_REALTIME;
     /// Forgets the past at the next sample, whose value then counts as the constant past.
     void requestReset() { needsReset = true; }
     /// in, out: [count] samples; a count of 0 changes nothing.

@@ -2,7 +2,6 @@
 
 #include "Audio/CAudioParamDef.h"
 #include "Audio/Filters/CAudioFilterGenArray.h"
-#include "Audio/Processes/CKernelPartitions.h"
 #include "Core/CLog.h"
 
 #include <algorithm>
@@ -105,19 +104,17 @@ void CModFilterFIRModule::update() {
 }
 
 void CModFilterFIRModule::rebuild() {
-    for (size_t i = 0; i < channels.size(); i++) {
-        filters[i] = {};
-        channels[i].latency = getBaseLatency();
-    }
+    isFiltering = false;
+    for (CModuleChannel& channel : channels) channel.latency = getBaseLatency();
     if (!genArray || !areSettingsAvailable()) return;
     CFilterGenContext context;
     generate(context);
     addLatency(context.latency);
-    const CFilterKernelItem* kernel = chooseKernel(context);
-    if (!kernel) return;
+    const CFilterKernelItem* chosen = chooseKernel(context);
+    if (!chosen) return;
     const int firstBlock = firstBlockSize();
     if (!isZeroLatency) addLatency(firstBlock);
-    buildFilters(*kernel, firstBlock);
+    buildFilters(*chosen, firstBlock);
 }
 
 bool CModFilterFIRModule::areSettingsAvailable() const {
@@ -188,14 +185,27 @@ int CModFilterFIRModule::firstBlockSize() const {
 void CModFilterFIRModule::buildFilters(const CFilterKernelItem& item, int firstBlock) {
     const double* taps = item.kernel.samples();
     const int head = isZeroLatency ? std::min(item.length, kHeadLength) : 0;
-    std::shared_ptr<const CKernelPartitions> shared;
-    if (item.length > head)
-        shared = CKernelPartitions::make(getPool(), isZeroLatency ? kHeadLength : firstBlock,
+    const bool isSameShape = kernel.fill(getPool(), isZeroLatency ? kHeadLength : firstBlock,
                                          taps + head, item.length - head);
     for (CChannelFilter& filter : filters) {
-        if (head > 0) filter.head.reset(new CDSPDirectFIR(getPool(), taps, head));
-        if (shared) filter.convolver.reset(new CDSPConvolver(getPool(), shared));
+        buildHead(filter, taps, head);
+        if (kernel.getStages().empty())
+            filter.convolver.reset();
+        else if (isSameShape && filter.convolver)
+            filter.convolver->requestReset();
+        else
+            filter.convolver.reset(new CDSPConvolver(getPool(), kernel));
     }
+    isFiltering = true;
+}
+
+void CModFilterFIRModule::buildHead(CChannelFilter& filter, const double* taps, int length) {
+    if (length == 0)
+        filter.head.reset();
+    else if (filter.head && filter.head->getLength() == length)
+        filter.head->setTaps(taps);
+    else
+        filter.head.reset(new CDSPDirectFIR(getPool(), taps, length));
 }
 
 void CModFilterFIRModule::addLatency(int samples) {
@@ -215,12 +225,26 @@ void CModFilterFIRModule::reset() {
     }
 }
 
+/// With another kernel of the same shape the past of the input is of the same use. Without it the
+/// first samples behind the latency would still answer to a past that never was.
+void CModFilterFIRModule::takeHistory(const CAudioModule& predecessor) {
+    const auto& older = static_cast<const CModFilterFIRModule&>(predecessor);
+    if (!isFiltering || !older.isFiltering || !kernel.isShapedLike(older.kernel)) return;
+    for (size_t i = 0; i < std::min(filters.size(), older.filters.size()); i++) {
+        CChannelFilter& filter = filters[i];
+        const CChannelFilter& past = older.filters[i];
+        if (filter.convolver && past.convolver) filter.convolver->takeHistory(*past.convolver);
+        if (filter.head && past.head && filter.head->getLength() == past.head->getLength())
+            filter.head->takeHistory(*past.head);
+    }
+}
+
 void CModFilterFIRModule::process(int frames) {
     for (size_t i = 0; i < channels.size(); i++) {
         CModuleChannel& channel = channels[i];
         CChannelFilter& filter = filters[i];
         channel.output = channel.input->block;
-        if (!channel.output || (!filter.convolver && !filter.head)) continue;
+        if (!channel.output || !isFiltering) continue;
         CSampleBlockRef out = getPool().take(frames);
         const double* in = channel.output.samples();
         if (filter.convolver) filter.convolver->process(in, out.samples(), frames);

@@ -5,6 +5,7 @@
 #include "Audio/Filters/CAudioFilterGen.h"
 #include "Audio/Processes/CDSPConvolver.h"
 #include "Audio/Processes/CDSPDirectFIR.h"
+#include "Audio/Processes/CKernelPartitions.h"
 
 namespace lum {
 
@@ -25,6 +26,7 @@ class CModFilterFIRModule : public CAudioModule {
 public:
     void init() override;
     void reset() override;
+    void takeHistory(const CAudioModule& predecessor) LUM_REALTIME override;
     void update() LUM_REALTIME override;
     void registerParams() override;
     void process(int frames) LUM_REALTIME;
@@ -36,7 +38,8 @@ private:
         int position; // in the settings table
         CParamHandle handle;
     };
-    /// What a channel is filtered with; neither of the two: it passes as it is.
+    /// What a channel is filtered with. It stays over rebuilds, which take no memory as long as the
+    /// kernels have one length.
     struct CChannelFilter {
         std::unique_ptr<CDSPConvolver> convolver;
         std::unique_ptr<CDSPDirectFIR> head;
@@ -51,6 +54,7 @@ private:
     void readSettings(int filter) LUM_REALTIME;
     const CFilterKernelItem* chooseKernel(const CFilterGenContext& context) const LUM_REALTIME;
     void buildFilters(const CFilterKernelItem& item, int firstBlock) LUM_REALTIME;
+    void buildHead(CChannelFilter& filter, const double* taps, int length) LUM_REALTIME;
     void addLatency(int samples) LUM_REALTIME;
     int firstBlockSize() const LUM_REALTIME;
     void log(const CString& message) const;
@@ -69,6 +73,8 @@ private:
     CVector<CSetting, 8> settings;
     CMap<CString, int> settingNames; // to positions in `settingValues`
     CVector<double, 16> settingValues;
+    bool isFiltering = false;           // false: the channels pass as they are
+    CKernelPartitions kernel;           // of all channels; has no stages where the head is all
     CVector<CChannelFilter, 2> filters; // by channel
 };
 

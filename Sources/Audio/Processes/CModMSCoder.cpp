@@ -23,9 +23,9 @@ CErrorResult CModMSCoder::init() {
 
 void CModMSCoder::registerParams() {
     findAllocParams();
-    pairIds = subscribeAlloc(kPairs, groupIndex);
-    mode = subscribeAlloc(kMode, groupIndex);
-    bypass = subscribeAlloc(kBypass, groupIndex);
+    pairIds = subscribeAlloc(kPairs, groupIndex, ParamUse::Structure);
+    mode = subscribeAlloc(kMode, groupIndex, ParamUse::Structure);
+    bypass = subscribeAlloc(kBypass, groupIndex, ParamUse::Structure);
 }
 
 void CModMSCoder::update() LUM_REALTIME {

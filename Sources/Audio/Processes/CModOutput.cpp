@@ -7,7 +7,7 @@ CAudioProcessBase* CModOutputDef::createProcess() const {
 }
 
 void CModOutput::update() LUM_REALTIME {
-    if (formatChanged) context->env.latency = latency;
+    if (formatChanged && !context->values) context->env.latency = latency;
 }
 
 void CModOutput::process() LUM_REALTIME {

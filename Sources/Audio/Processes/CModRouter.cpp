@@ -36,8 +36,8 @@ CErrorResult CModRouter::init() {
 
 void CModRouter::registerParams() {
     findAllocParams();
-    routing = subscribeAlloc(kRouting, groupIndex);
-    grouping = subscribeAlloc(kGrouping, groupIndex);
+    routing = subscribeAlloc(kRouting, groupIndex, ParamUse::Structure);
+    grouping = subscribeAlloc(kGrouping, groupIndex, ParamUse::Structure);
 }
 
 void CModRouter::update() LUM_REALTIME {

@@ -69,6 +69,10 @@ bool CSpinLock::tryEnter() noexcept {
     return true;
 }
 
+bool CSpinLock::isHeldByCaller() const noexcept {
+    return owner.load(std::memory_order_relaxed) == self();
+}
+
 void CSpinLock::leave() noexcept {
     // After the store the lock may be gone: whoever enters next may be the one who destroys it.
     if (--depth == 0) owner.store(0, std::memory_order_release);
