@@ -89,15 +89,20 @@ void waitCycles(int cycles) {
 
 void benchProducts() {
     constexpr int kPartitions = 5, kOrder = 8, kSize = (1 << kOrder) + 8;
-    std::vector<std::vector<double>> a, b;
+    CSampleBlockPool pool; // its blocks begin on a cache line, as all spectra of the engine
+    std::vector<CSampleBlockRef> blocks;
+    auto spectrum = [&](unsigned seed) {
+        blocks.push_back(pool.take(kSize));
+        std::ranges::copy(noise(kSize, seed), blocks.back().samples());
+        return blocks.back().samples();
+    };
     std::vector<const double*> as, bs;
     for (unsigned j = 0; j < kPartitions; j++) {
-        a.push_back(noise(kSize, j + 1));
-        b.push_back(noise(kSize, j + 101));
-        as.push_back(a[j].data());
-        bs.push_back(b[j].data());
+        as.push_back(spectrum(j + 1));
+        bs.push_back(spectrum(j + 101));
     }
-    std::vector<double> out(kSize), packed(kSize);
+    double* const out = spectrum(201);
+    double* const packed = spectrum(202);
     const CVectorCode& best = vectorCodeOf(platform::cpuLevel());
     const CVectorCode& plain = vectorCodeOf(platform::CpuLevel::Plain);
     auto interleaved = [&] {
@@ -106,24 +111,24 @@ void benchProducts() {
                 packed[k] += as[j][k] * bs[j][k] - as[j][k + 1] * bs[j][k + 1];
                 packed[k + 1] += as[j][k] * bs[j][k + 1] + as[j][k + 1] * bs[j][k];
             }
-        keep(packed.data());
+        keep(packed);
     };
     std::vector<CContestant> all = {
         {"loop over interleaved bins", interleaved},
         {"addProductComplex",
          [&] {
              for (int j = 0; j < kPartitions; j++)
-                 best.addProductComplex(as[j], bs[j], packed.data(), (kSize - 8) / 2);
-             keep(packed.data());
+                 best.addProductComplex(as[j], bs[j], packed, (kSize - 8) / 2);
+             keep(packed);
          }},
         {"sumProducts, plain",
          [&] {
-             plain.sumProducts(as.data(), bs.data(), kPartitions, out.data(), kSize);
-             keep(out.data());
+             plain.sumProducts(as.data(), bs.data(), kPartitions, out, kSize);
+             keep(out);
          }},
         {"sumProducts", [&] {
-             best.sumProducts(as.data(), bs.data(), kPartitions, out.data(), kSize);
-             keep(out.data());
+             best.sumProducts(as.data(), bs.data(), kPartitions, out, kSize);
+             keep(out);
          }}};
     all.push_back({"1000 cycles", [] { waitCycles(1000); }});
     compare(all);
