@@ -23,9 +23,10 @@ CErrorResult CLinearBitmapDC::setSize(int newWidth, int newHeight, bool) {
     return nullptr;
 }
 
-// The memory is shared: nothing is copied, but the stores have to come first.
+// The memory is shared: nothing is copied, but the compiler has to let the stores come first. For
+// the processor the system call that tells the window system orders them.
 void CLinearBitmapDC::flushToDevice() {
-    std::atomic_thread_fence(std::memory_order_release);
+    std::atomic_signal_fence(std::memory_order_release);
 }
 
 } // namespace lum
