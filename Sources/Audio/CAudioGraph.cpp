@@ -9,6 +9,7 @@ namespace lum {
 namespace {
 
 constexpr int kLongestRehearsal = 2000; // blocks of a round; fades last a few
+constexpr int kUpdateBlocks = 4;        // short scratch of an update
 
 } // namespace
 
@@ -42,9 +43,8 @@ void CAudioGraph::prepare(const CPortFormat& input) {
 }
 
 /// Replaces every module once and again and lets the fades run out. Twice, because the second
-/// replacement is the first that finds a retired module. No process holds blocks while another
-/// runs, but for those on the way between them, so it does no harm that the fades of a round do not
-/// all overlap as they might later.
+/// replacement is the first that finds a retired module. What a block holds on its way depends on
+/// values too, such as a gain of 1 that hands it on as it is, so that is counted.
 void CAudioGraph::rehearse() {
     runSilence(kLongestSubBlock);
     for (int round = 0; round < 2; round++) {
@@ -53,6 +53,7 @@ void CAudioGraph::rehearse() {
         do runSilence(kLongestSubBlock);
         while (!isSettled() && ++blocks < kLongestRehearsal);
     }
+    pool.reserve(kLongestSubBlock, inputCount + main->countBlocks() + kUpdateBlocks);
 }
 
 void CAudioGraph::runSilence(int frames) LUM_REALTIME {

@@ -96,6 +96,22 @@ bool CAudioProcess::isSettled() const {
            });
 }
 
+/// The children run one after another. What one has delivered waits for the next; only a link that
+/// passes others by holds a block for each of its channels meanwhile.
+int CAudioProcess::countBlocks() const {
+    int most = 0;
+    int channels = 0;
+    int links = outputLinks.ssize();
+    for (auto& node : nodes) {
+        if (!node->isAwake) continue;
+        most = std::max(most, node->instance->countBlocks());
+        channels = std::max(channels, node->instance->countChannels());
+        links += node->links.ssize();
+    }
+    const int chainLinks = runOrder.ssize() + 1;
+    return most + channels * std::max(links - chainLinks, 0);
+}
+
 /// Forgets all inner links; the next update makes them anew.
 void CAudioProcess::dropAllLinks() {
     inlet.sleep();

@@ -27,6 +27,7 @@ public:
     void disconnect() override;
     void sleep() override;
     bool isSettled() const override;
+    int countBlocks() const override;
     CErrorResult addProcess(const CAudioProcessDefBase& processDef, const CString& name);
 
     /// The live process of a child that links reach, else null. For tests and diagnosis.

@@ -72,6 +72,17 @@ void CAudioProcessBase::sleep() {
     formatChanged = 1;
 }
 
+int CAudioProcessBase::countBlocks() const {
+    constexpr int kHeldPerChannel = 5;
+    return kHeldPerChannel * countChannels();
+}
+
+int CAudioProcessBase::countChannels() const {
+    int most = 0;
+    for (auto& format : publishedFormats) most = std::max(most, format->slots.ssize());
+    return most;
+}
+
 void CAudioProcessBase::logFault(const char* text) const {
     logLine(fullName + " // " + text);
 }

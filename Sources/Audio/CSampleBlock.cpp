@@ -42,6 +42,16 @@ CSampleBlockRef CSampleBlockPool::takeZeroed(int sampleCount) LUM_REALTIME {
     return block;
 }
 
+void CSampleBlockPool::reserve(int sampleCount, int count) {
+    const size_t bytes = bytesOf(sampleCount);
+    CSampleBlock*& list = freeLists[classOf(bytes)];
+    for (CSampleBlock* block = list; block; block = block->next) count--;
+    for (; count > 0; count--) {
+        CSampleBlock* block = allocate(bytes);
+        block->next = std::exchange(list, block);
+    }
+}
+
 size_t CSampleBlockPool::bytesOf(int sampleCount) noexcept {
     const size_t bytes = static_cast<size_t>(std::max(sampleCount, 0)) * sizeof(double);
     return std::max(bytes, kSmallest);

@@ -82,6 +82,8 @@ public:
     CSampleBlockRef take(int sampleCount) LUM_REALTIME;
     /// A block of zeros.
     CSampleBlockRef takeZeroed(int sampleCount) LUM_REALTIME;
+    /// Makes sure that at least `count` blocks of this size are free. Allocates: for set-up.
+    void reserve(int sampleCount, int count);
     /// Blocks that are in use.
     int getBlocksOut() const noexcept { return blocksOut; }
     /// Bytes of samples that the pool holds, in use or free.
