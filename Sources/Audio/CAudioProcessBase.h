@@ -172,8 +172,9 @@ public:
     virtual void sleep();
     /// True when nothing is under way: no fade, no event, no update that is due.
     virtual bool isSettled() const { return !needsUpdate && timedEvents.empty(); }
-    /// The sample blocks of a sub-block's length that it may hold while it runs, whatever the values
-    /// of its parameters: of each channel two inputs, the results of two modules, and their mixture.
+    /// The sample blocks of a sub-block's length that it may hold while it runs, whatever the
+    /// values of its parameters: of each channel two inputs, the results of two modules, and their
+    /// mixture.
     virtual int countBlocks() const;
     /// The most channels of its output ports.
     int countChannels() const;

@@ -194,19 +194,16 @@ TEST_P(Realtime, noBlockTouchesThemWhileAnotherThreadChangesEverything) {
     lum::test::RealtimeGuard::forget();
     std::atomic<bool> isDone{false};
     std::thread control([&] {
-        for (int step = 0; !isDone; ++step) {
-            plugin.changeOne(step);
-            std::this_thread::yield();
-        }
+        for (int step = 0, end = blocksToRun(300); step < end; ++step) plugin.changeOne(step);
+        isDone = true;
     });
     std::thread audio([&] {
-        for (int block = 0, end = blocksToRun(3000); block < end; ++block) {
+        for (int block = 0; !isDone; ++block) {
             // A lock that the other thread holds for a few stores may be out of reach for long
             // enough to give the processor away when there are not enough of them.
             const lum::test::RealtimeGuard guard(lum::test::RealtimeGuard::Yield::Allowed);
             plugin.process(block);
         }
-        isDone = true;
     });
     audio.join();
     control.join();
@@ -267,7 +264,7 @@ private:
     }
 
     ScriptedInstance plugin_;
-    const int blocks_ = blocksToRun(10000);
+    const int blocks_ = blocksToRun(4000);
     std::atomic<int> turn_{0}; // odd: the control side's, even: the audio side's
 };
 
