@@ -15,7 +15,7 @@ constexpr int kUpdateBlocks = 4;        // short scratch of an update
 
 CAudioGraph::CAudioGraph(CAudioEnv& env, CAudioParamCollector& collector,
                          CControlWriteQueue& writes)
-    : values(collector), context{env, collector, pool, writes, &values} {}
+    : context{env, collector, pool, writes, &values} {}
 
 CAudioGraph::~CAudioGraph() {
     if (main) main->disconnect();

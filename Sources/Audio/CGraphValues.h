@@ -10,8 +10,6 @@ namespace lum {
 /// and heard live.
 class CGraphValues {
 public:
-    explicit CGraphValues(CAudioParamCollector& owner) : collector(owner) {}
-
     /// For the processes of the graph: lets a new subscription read. Control thread.
     void add(CParamSubscription& subscription);
     /// Copies all values again. Control thread, before the graph is built.
@@ -37,7 +35,6 @@ private:
     };
     CEntry& entryOf(CAudioParam& param);
 
-    CAudioParamCollector& collector;
     CVector<std::unique_ptr<CEntry>, 0> entries;
 };
 

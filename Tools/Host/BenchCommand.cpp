@@ -118,6 +118,7 @@ void measureBlocks(const BenchOptions& options) {
         for (auto& side : sides) side->play();
     }
     std::vector<BenchResult> results;
+    results.reserve(sides.size());
     for (const auto& side : sides) results.push_back(side->result());
     options.isJson ? printJson(std::cout, results) : printText(std::cout, results);
 }

@@ -90,7 +90,8 @@ BenchRun::BenchRun(const PluginModule& module, const BenchRequest& request, cons
       floatOutputs_(plugin_.outputCount(), request.blockSize),
       doubleInputs_(plugin_.inputCount(), request.blockSize),
       doubleOutputs_(plugin_.outputCount(), request.blockSize),
-      noise_(makeNoise(static_cast<std::size_t>(request.blockSize * request.channels))),
+      noise_(makeNoise(static_cast<std::size_t>(request.blockSize) *
+                       static_cast<std::size_t>(request.channels))),
       chill_(request.isCold ? chillBytes() : 0),
       times_(static_cast<std::size_t>(passageBlocks_)) {
     state.apply(plugin_);

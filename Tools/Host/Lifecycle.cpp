@@ -34,8 +34,8 @@ double medianOf(std::vector<double> times) {
 
 template <typename Work>
 double medianTime(int rounds, Work work) {
-    std::vector<double> times;
-    for (int i = 0; i < rounds; ++i) times.push_back(timeOf(work));
+    std::vector<double> times(static_cast<std::size_t>(rounds));
+    for (double& time : times) time = timeOf(work);
     return medianOf(std::move(times));
 }
 

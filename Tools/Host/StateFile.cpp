@@ -89,7 +89,7 @@ public:
         checkKind();
         const std::string payload = unpack();
         PayloadReader reader(payload);
-        const std::string words =
+        std::string words =
             kind_ == StateKind::Program ? describePreset(reader) : describeBank(reader);
         if (reader.isShort) fail("its " + what() + " data end early");
         if (reader.left() > 0) {
