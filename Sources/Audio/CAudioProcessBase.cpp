@@ -429,8 +429,10 @@ void CAudioProcessBase::feedExternal(int number, int slot, CSampleBlockRef block
     if (!port) return;
     port->blockLength = frames;
     for (auto& source : port->sources)
-        if (!source->process && slot >= 0 && slot < source->blocks.ssize())
+        if (!source->process && slot >= 0 && slot < source->blocks.ssize()) {
             source->blocks[slot] = std::move(block);
+            return; // a port has one source from outside
+        }
 }
 
 CSlotTable& CAudioProcessBase::inputSlots(int number) LUM_REALTIME {
