@@ -46,10 +46,20 @@ CAudioParamBatch::CAudioParamBatch(CAudioParamCollector& owner) : collector(owne
 
 CAudioParamBatch::~CAudioParamBatch() {
     if (head) collector.handOverBatch(head, tail);
+    for (const auto& [param, member] : members) {
+        platform::CLockGuard hold(param->lock);
+        if (member.isOvertaken || param->changeCount != member.lastChange)
+            param->queueValues(member.groupCount);
+    }
     collector.releaseGuard(true);
 }
 
 void CAudioParamBatch::add(CAudioParam& param, const CAudioParamChange& change) {
+    CMember& member = members[&param];
+    if (member.lastChange != 0 && param.changeCount != member.lastChange + 1)
+        member.isOvertaken = true;
+    member.lastChange = param.changeCount;
+    member.groupCount = std::max(member.groupCount, param.values.getGroupCount());
     auto* record = new CQueuedChange(param, change);
     (tail ? tail->next : head) = record;
     tail = record;
@@ -184,6 +194,7 @@ void CAudioParam::write(const CAudioParamChange& change, const CChangeContext& c
 /// parameter selects presets of, listeners, filters.
 void CAudioParam::announce(const CAudioParamChange& change, const CChangeContext& context,
                            CAudioParamGuard& guard) {
+    changeCount++;
     if (context.batch)
         context.batch->add(*this, change);
     else
@@ -200,6 +211,12 @@ void CAudioParam::announce(const CAudioParamChange& change, const CChangeContext
     collector.notify(&update);
 
     for (int i = 0; i < filters.ssize(); i++) filters[i]->run(change, context, guard);
+}
+
+/// Sends all present values to the audio side, behind whatever waits there. Under the lock.
+void CAudioParam::queueValues(int groupCount) {
+    for (int g = 0; g < std::max(groupCount, values.getGroupCount()); g++)
+        collector.queueChange(*this, CAudioParamChange::ofGroup(values, g, nullptr), false);
 }
 
 // Reset

@@ -50,19 +50,29 @@ private:
 };
 
 /// Changes that are collected and handed over together. While one is open no deferred call runs.
-/// Control threads, one thread a batch.
+/// A change that comes past the batch meanwhile, from another thread say, reaches the queue first;
+/// the batch then sends the present values of that parameter behind itself, so that the audio side
+/// ends with the latest. Control threads, one thread a batch.
 class CAudioParamBatch {
 public:
     explicit CAudioParamBatch(CAudioParamCollector& owner);
     ~CAudioParamBatch(); // hands the list over
     CAudioParamBatch(const CAudioParamBatch&) = delete;
     CAudioParamBatch& operator=(const CAudioParamBatch&) = delete;
+    /// Under a guard of the parameter.
     void add(CAudioParam& param, const CAudioParamChange& change);
 
 private:
+    struct CMember {
+        uint64_t lastChange = 0; // the parameter's count with the newest change in this batch
+        int groupCount = 0;      // groups that the batch reaches
+        bool isOvertaken = false;
+    };
+
     CAudioParamCollector& collector;
     CQueuedChange* head = nullptr;
     CQueuedChange* tail = nullptr;
+    CMap<CAudioParam*, CMember> members;
 };
 
 /// How a change is applied.
@@ -150,6 +160,7 @@ public:
     CVector<CAudioParamRegistryBase*, 2> getPresetNameRegistries() const;
 
 private:
+    friend class CAudioParamBatch;
     friend class CAudioParamCollector;
     friend class CAudioParamGuard;
 
@@ -158,6 +169,7 @@ private:
     void write(const CAudioParamChange& change, const CChangeContext& context);
     void announce(const CAudioParamChange& change, const CChangeContext& context,
                   CAudioParamGuard& guard);
+    void queueValues(int groupCount);
     void resetElement(int group, int element, const CChangeContext& context, bool isSingleSource,
                       CAudioParamGuard& guard);
     void setItem(int group, int element, CAudioParamChange& change, const void* originator,
@@ -174,6 +186,7 @@ private:
     CString name;
     CAudioParamStorage values;
     CAudioParamStorage resetValues;
+    uint64_t changeCount = 0; // under the lock
     CVector<CAudioParamFilter*, 1> filters;
     CAudioListenerNode* audioListeners = nullptr;
     CAudioParamStorage audioValues;

@@ -23,9 +23,9 @@ protected:
             floatChange(param.getValues().getFormat(), group, first, values, isTruncating),
             context);
     }
+    /// A group without elements is as good as none.
     static void expectSame(const CAudioParamStorage& a, const CAudioParamStorage& b) {
-        ASSERT_EQ(a.getGroupCount(), b.getGroupCount());
-        for (int g = 0; g < a.getGroupCount(); g++) {
+        for (int g = 0; g < std::max(a.getGroupCount(), b.getGroupCount()); g++) {
             ASSERT_EQ(a.getElementCount(g), b.getElementCount(g)) << g;
             for (int i = 0; i < a.getElementCount(g); i++) {
                 ASSERT_EQ(a.readString(g, i), b.readString(g, i)) << g << " " << i;
@@ -116,8 +116,43 @@ TEST_F(Collector, randomChangesReachTheAudioSideWhateverMerges) {
         env->isActive = random() % 2 == 0;
         if (random() % 2 == 0) continue;
         collector->takePendingChanges();
+        expectSame(number.getValues(), number.getAudioValues());
         expectSame(text.getValues(), text.getAudioValues());
     }
+}
+
+/// A batch holds older values back; what came past it meanwhile must not be undone by them.
+TEST_F(Collector, aBatchDoesNotOvertakeWhatCameMeanwhile) {
+    CAudioParam& param = bound("p", infoOf({}));
+    const auto fromAnotherThread = [&](const CValueList& values) {
+        std::thread([&] { apply(param, 0, 0, values, true); }).join();
+    };
+    for (const bool isActive : {false, true}) {
+        env->isActive = isActive;
+        {
+            CAudioParamBatch batch(*collector); // the other one before the end
+            apply(param, 0, 0, {1, 2, 3}, true, &batch);
+            apply(param, 1, 0, {4}, false, &batch);
+            fromAnotherThread({5});
+        }
+        collector->takePendingChanges();
+        EXPECT_EQ(groupOf(param.getAudioValues(), 0), (CValueList{5}));
+        {
+            CAudioParamBatch batch(*collector); // and between two changes of the batch
+            apply(param, 0, 0, {1, 2, 3}, true, &batch);
+            fromAnotherThread({6, 7, 8, 9});
+            apply(param, 0, 1, {4}, false, &batch);
+        }
+        collector->takePendingChanges();
+        EXPECT_EQ(groupOf(param.getAudioValues(), 0), (CValueList{6, 4, 8, 9}));
+    }
+    {
+        CAudioParamBatch batch(*collector);
+        apply(param, 0, 0, {1}, true, &batch);
+        collector->takePendingChanges();
+        EXPECT_EQ(groupOf(param.getAudioValues(), 0), (CValueList{6, 4, 8, 9})); // as one
+    }
+    EXPECT_EQ(collector->countPendingChanges(), 1); // nobody came past: nothing behind it
 }
 
 TEST_F(Collector, listenersHearOfTheirGroupAndElement) {
@@ -272,8 +307,10 @@ TEST_F(Collector, threadsAgreeInTheEnd) {
                 CAudioParam& text = collector->getParam(infos[1]->fullName);
                 CAudioParam& raw = collector->getParam(infos[2]->fullName);
                 CAudioParamBatch batch(*collector);
-                apply(number, t, i % 7, {double(i)}, i % 11 == 0, i % 3 ? nullptr : &batch);
-                text.setString(t, i % 3, fresh.c_str(), nullptr);
+                // Groups of their own, and one that all share.
+                for (const int group : {t, kThreads})
+                    apply(number, group, i % 7, {double(i)}, i % 11 == 0, i % 3 ? nullptr : &batch);
+                text.setString(i % 2 ? t : kThreads, i % 3, fresh.c_str(), nullptr);
                 if (i % 20 == 0) raw.setRaw(0, 0, palette, nullptr);
                 if (i % 50 == 0) {
                     platform::CSpinGuard hold(env->lock);
