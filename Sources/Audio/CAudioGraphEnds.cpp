@@ -4,18 +4,18 @@ namespace lum {
 
 void CGraphOutlet::process() LUM_REALTIME {
     for (auto& port : inputPorts) {
-        if (port->changeCounter != port->seenCounter) publishPort(*port);
+        if (port->isTouched) publishPort(*port);
         int slot = 0;
-        for (auto& source : port->sources)
-            for (CSampleBlockRef& block : source->blocks) {
-                owner->deliverInner(port->number, slot++, block);
-                block.reset();
-            }
+        for (auto& source : port->sources) {
+            const int count = source->blocks.ssize();
+            owner->deliverInner(port->number, slot, source->blocks.data(), count);
+            slot += count;
+        }
     }
 }
 
 void CGraphOutlet::publishPort(CInputPort& port) LUM_REALTIME {
-    port.seenCounter = port.changeCounter;
+    port.isTouched = false;
     CPortFormat format;
     for (auto& source : port.sources) {
         if (format.sampleRate == 0.0) format.sampleRate = source->format.sampleRate;

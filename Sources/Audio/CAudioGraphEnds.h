@@ -9,6 +9,7 @@ namespace lum {
 class CGraphInlet : public CAudioProcessBase {
 public:
     using CAudioProcessBase::deliver;
+    using CAudioProcessBase::deliverEach;
     using CAudioProcessBase::publish;
     /// Starts a block: tells all targets its length, also when no channel exists.
     void beginBlock(int frames) LUM_REALTIME {
@@ -26,8 +27,9 @@ public:
     class COwner {
     public:
         virtual void publishInner(int port, const CPortFormat& format) LUM_REALTIME = 0;
-        virtual void deliverInner(int port, int slot,
-                                  const CSampleBlockRef& block) LUM_REALTIME = 0;
+        /// blocks: `count` of them, which are taken.
+        virtual void deliverInner(int port, int firstSlot, CSampleBlockRef* blocks,
+                                  int count) LUM_REALTIME = 0;
 
     protected:
         ~COwner() = default;

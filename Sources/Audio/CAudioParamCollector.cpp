@@ -319,6 +319,7 @@ void CAudioParamCollector::notifyAudioListeners(CAudioParam& param,
     for (CAudioListenerNode* node = param.audioListeners; node; node = node->next) {
         if (!concerns(*node, change)) continue;
         *node->dirty = 1;
+        if (node->anyDirty) *node->anyDirty = 1;
         *node->groupMask = mask;
     }
 }

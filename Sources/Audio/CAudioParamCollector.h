@@ -28,6 +28,7 @@ struct CAudioListenerNode {
     CAudioParam* param = nullptr; // null: does not listen
     CAudioListenerNode* previous = nullptr;
     CAudioListenerNode* next = nullptr;
+    uint8_t* anyDirty = nullptr; // set with `dirty`, one for several listeners; null: none
 };
 
 /// A call that waits until no guard or batch is open.

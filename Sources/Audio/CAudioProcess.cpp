@@ -132,9 +132,8 @@ void CAudioProcess::process() LUM_REALTIME {
     deliverLength();
     inlet.beginBlock(blockLength);
     for (auto& port : inputPorts)
-        for (int i = 0; i < port->slots.count; i++)
-            inlet.deliver(port->number, i, port->slots[i].block);
-    releaseInputs();
+        inlet.deliverEach(port->number, 0, port->slots.count,
+                          [&](int i) -> CSampleBlockRef& { return port->slots[i].block; });
     for (CAudioProcessBase* child : runOrder) child->process();
     outlet.process();
 }
@@ -143,8 +142,9 @@ void CAudioProcess::publishInner(int port, const CPortFormat& format) LUM_REALTI
     publish(port, format);
 }
 
-void CAudioProcess::deliverInner(int port, int slot, const CSampleBlockRef& block) LUM_REALTIME {
-    deliver(port, slot, block);
+void CAudioProcess::deliverInner(int port, int firstSlot, CSampleBlockRef* blocks,
+                                 int count) LUM_REALTIME {
+    deliverEach(port, firstSlot, count, [&](int i) -> CSampleBlockRef& { return blocks[i]; });
 }
 
 // Deciding the links.

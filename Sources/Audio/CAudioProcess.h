@@ -67,7 +67,8 @@ private:
     };
 
     void publishInner(int port, const CPortFormat& format) LUM_REALTIME override;
-    void deliverInner(int port, int slot, const CSampleBlockRef& block) LUM_REALTIME override;
+    void deliverInner(int port, int firstSlot, CSampleBlockRef* blocks,
+                      int count) LUM_REALTIME override;
 
     void createWatchers();
     void publishInput() LUM_REALTIME;

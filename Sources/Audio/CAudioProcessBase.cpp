@@ -12,6 +12,29 @@ namespace lum {
 CPortSource::CPortSource() = default;
 CPortSource::~CPortSource() = default;
 
+void CPortSource::setFormat(const CPortFormat& newFormat) LUM_REALTIME {
+    format = newFormat;
+    blocks.resize(format.slots.size());
+    places.clear();
+    for (CSampleBlockRef& block : blocks) places.push_back(&block);
+}
+
+void CInputPort::goDirect() LUM_REALTIME {
+    isDirect = true;
+    for (const CMergeEntry& entry : merges)
+        sources[entry.source]->places[entry.sourceSlot] = &slots[entry.slot].block;
+}
+
+void CInputPort::leaveDirect() LUM_REALTIME {
+    if (!std::exchange(isDirect, false)) return;
+    for (const CMergeEntry& entry : merges) {
+        CPortSource& source = *sources[entry.source];
+        CSampleBlockRef& block = source.blocks[entry.sourceSlot];
+        block = std::move(slots[entry.slot].block);
+        source.places[entry.sourceSlot] = &block;
+    }
+}
+
 bool CPortFormat::operator==(const CPortFormat& other) const {
     return sampleRate == other.sampleRate &&
            std::equal(slots.begin(), slots.end(), other.slots.begin(), other.slots.end());
@@ -43,12 +66,14 @@ void CAudioProcessBase::attach(const CAudioProcessDefBase& processDefinition, CS
 }
 
 void CAudioProcessBase::reset() {
-    for (auto& port : inputPorts)
+    for (auto& port : inputPorts) {
+        port->leaveDirect(); // which would take no notice of the first samples
         for (auto& source : port->sources) {
             source->hasRun = false;
             for (CSlotDelay& slotDelay : source->delays)
                 if (slotDelay.delay) slotDelay.delay->reset();
         }
+    }
 }
 
 void CAudioProcessBase::disconnect() {
@@ -91,9 +116,9 @@ void CAudioProcessBase::logFault(const char* text) const {
 
 void CAudioProcessBase::runBlockHead() LUM_REALTIME {
     takeBlockLength();
-    takeInputChanges();
-    bool hadEvents = runTimedEvents();
-    bool isNew = takeNewValues();
+    if (areInputsTouched) takeInputChanges();
+    const bool hadEvents = runTimedEvents();
+    const bool isNew = takeNewValues();
     if (hadEvents || isNew || formatChanged || needsUpdate) runUpdate();
     for (auto& port : inputPorts) mergePort(*port);
 }
@@ -108,18 +133,24 @@ void CAudioProcessBase::takeBlockLength() LUM_REALTIME {
 }
 
 void CAudioProcessBase::takeInputChanges() LUM_REALTIME {
-    bool isTouched = portsChanged;
-    for (auto& port : inputPorts) isTouched |= port->changeCounter != port->seenCounter;
-    if (!isTouched) return;
-    double oldRate = sampleRate;
+    const double oldRate = sampleRate;
     bool isChanged = takeStreamFormat() | portsChanged;
     for (auto& port : inputPorts) {
         isChanged |= rebuildPort(*port);
         for (auto& source : port->sources) rebuildDelays(*source, sampleRate != oldRate);
-        port->seenCounter = port->changeCounter;
+        port->isSimple = hasNothingToMerge(*port);
+        port->isTouched = false;
     }
+    areInputsTouched = false;
     portsChanged = false;
     if (isChanged) formatChanged = 1;
+}
+
+/// Before a change of a port's sources.
+void CAudioProcessBase::touchPort(CInputPort& port) LUM_REALTIME {
+    port.leaveDirect();
+    port.isTouched = true;
+    areInputsTouched = true;
 }
 
 /// Latency and sample rate of the inputs. True when one changed.
@@ -169,6 +200,14 @@ bool CAudioProcessBase::rebuildPort(CInputPort& port) LUM_REALTIME {
     for (int i = count; i < port.slots.count; i++) port.slots[i].block.reset();
     port.slots.count = count;
     return isChanged;
+}
+
+bool CAudioProcessBase::hasNothingToMerge(const CInputPort& port) LUM_REALTIME {
+    const auto hasDelay = [](const CSlotDelay& slotDelay) { return slotDelay.delay != nullptr; };
+    return port.merges.ssize() == port.slots.count &&
+           std::none_of(port.sources.begin(), port.sources.end(), [&](const auto& source) {
+               return std::any_of(source->delays.begin(), source->delays.end(), hasDelay);
+           });
 }
 
 /// Brings the delays of a source in line with its slots. A line stays with its channel.
@@ -222,6 +261,8 @@ bool CAudioProcessBase::runTimedEvents() LUM_REALTIME {
 }
 
 bool CAudioProcessBase::takeNewValues() LUM_REALTIME {
+    if (!hasNewValues) return false;
+    hasNewValues = 0;
     bool isAny = false;
     for (auto& subscription : subscriptions) {
         if (!subscription->isDirty) continue;
@@ -240,8 +281,14 @@ void CAudioProcessBase::runUpdate() LUM_REALTIME {
     if (!timedEvents.empty()) needsUpdate = 1;
 }
 
-/// Aligns the sources and combines those that share a channel.
+/// Aligns the sources and combines those that share a channel. In a direct port all is in its place
+/// but for the channels of processes that do not run.
 void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
+    if (port.isDirect) {
+        for (CChannelSlot& slot : port.slots)
+            if (!slot.block && blockLength > 0) slot.block = context->pool.takeZeroed(blockLength);
+        return;
+    }
     const int entries = blockLength > 0 ? port.merges.ssize() : 0;
     for (int first = 0, end; first < entries; first = end) {
         const CMergeEntry& entry = port.merges[first];
@@ -251,6 +298,7 @@ void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
     }
     for (auto& source : port.sources)
         for (CSampleBlockRef& block : source->blocks) block.reset();
+    if (port.isSimple && blockLength > 0) port.goDirect();
 }
 
 CSampleBlockRef CAudioProcessBase::takeSourceBlock(CInputPort& port,
@@ -298,8 +346,7 @@ void CAudioProcessBase::connect(CAudioProcessBase& from, int sourcePort, CAudioP
             return;
     CInputPort& port = to.makePort(targetPort);
     CPortSource& source = to.addSource(port, &from, sourcePort);
-    source.format = from.publishedFormat(sourcePort);
-    source.blocks.resize(source.format.slots.size());
+    source.setFormat(from.publishedFormat(sourcePort));
     from.targets.push_back({&to, sourcePort, targetPort, &port, &source});
 }
 
@@ -318,10 +365,10 @@ void CAudioProcessBase::unlink(CAudioProcessBase& from, int sourcePort, CAudioPr
 
 CPortSource& CAudioProcessBase::addSource(CInputPort& port, CAudioProcessBase* source,
                                           int sourcePort) {
+    touchPort(port);
     auto& added = *port.sources.push_back(std::unique_ptr<CPortSource>(new CPortSource));
     added.process = source;
     added.sourcePort = sourcePort;
-    port.changeCounter++;
     return added;
 }
 
@@ -330,8 +377,8 @@ void CAudioProcessBase::dropSource(const COutputTarget& target) {
     auto& sources = target.port->sources;
     for (size_t i = 0; i < sources.size(); i++) {
         if (sources[i].get() != target.source) continue;
+        touchPort(*target.port);
         sources.erase(i);
-        target.port->changeCounter++;
         // Merge entries name sources by place; nothing may use them before the next head.
         target.port->merges.clear();
         return;
@@ -340,6 +387,7 @@ void CAudioProcessBase::dropSource(const COutputTarget& target) {
 
 void CAudioProcessBase::dropIncoming() {
     for (auto& port : inputPorts) {
+        touchPort(*port);
         for (auto& source : port->sources) {
             if (!source->process) continue;
             auto& links = source->process->targets;
@@ -348,7 +396,6 @@ void CAudioProcessBase::dropIncoming() {
         }
         port->sources.clear();
         port->merges.clear();
-        port->changeCounter++;
     }
 }
 
@@ -364,6 +411,7 @@ CInputPort& CAudioProcessBase::makePort(int number) {
     while (place < inputPorts.size() && inputPorts[place]->number < number) place++;
     inputPorts.insert(place, std::unique_ptr<CInputPort>(new CInputPort));
     inputPorts[place]->number = number;
+    areInputsTouched = true;
     portsChanged = true;
     return *inputPorts[place];
 }
@@ -374,18 +422,8 @@ void CAudioProcessBase::publish(int sourcePort, const CPortFormat& format) LUM_R
     published = format;
     for (const COutputTarget& target : targets) {
         if (target.sourcePort != sourcePort) continue;
-        target.source->format = format;
-        target.source->blocks.resize(format.slots.size());
-        target.port->changeCounter++;
-    }
-}
-
-void CAudioProcessBase::deliver(int sourcePort, int slot,
-                                const CSampleBlockRef& block) LUM_REALTIME {
-    for (const COutputTarget& target : targets) {
-        if (target.sourcePort != sourcePort || slot >= target.source->blocks.ssize()) continue;
-        target.source->blocks[slot] = block;
-        target.port->blockLength = blockLength;
+        target.process->touchPort(*target.port);
+        target.source->setFormat(format);
     }
 }
 
@@ -418,9 +456,8 @@ void CAudioProcessBase::setExternalInput(int number, const CPortFormat& format) 
         if (!candidate->process) source = candidate.get();
     if (!source) source = &addSource(port, nullptr, 0);
     if (source->format == format) return;
-    source->format = format;
-    source->blocks.resize(format.slots.size());
-    port.changeCounter++;
+    touchPort(port);
+    source->setFormat(format);
 }
 
 void CAudioProcessBase::feedExternal(int number, int slot, CSampleBlockRef block,
@@ -429,8 +466,8 @@ void CAudioProcessBase::feedExternal(int number, int slot, CSampleBlockRef block
     if (!port) return;
     port->blockLength = frames;
     for (auto& source : port->sources)
-        if (!source->process && slot >= 0 && slot < source->blocks.ssize()) {
-            source->blocks[slot] = std::move(block);
+        if (!source->process && slot >= 0 && slot < source->places.ssize()) {
+            *source->places[slot] = std::move(block);
             return; // a port has one source from outside
         }
 }

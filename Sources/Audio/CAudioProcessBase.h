@@ -5,6 +5,8 @@
 #include "Audio/CControlWriteQueue.h"
 #include "Audio/CSampleBlock.h"
 
+#include <algorithm>
+
 namespace lum {
 
 class CAudioParamAllocDef;
@@ -72,11 +74,22 @@ struct CSlotDelay {
 struct CPortSource : public CLumMemAllocator {
     CPortSource();
     ~CPortSource();
+    /// Takes a format; blocks wait in `blocks` from now on.
+    void setFormat(const CPortFormat& newFormat) LUM_REALTIME;
+    /// Puts blockOf(i) to the place of slot `firstSlot` + i, for i from 0 to `count` - 1.
+    template <class BlockOf>
+    void put(int firstSlot, int count, BlockOf blockOf) LUM_REALTIME {
+        const int end = std::min(count, places.ssize() - firstSlot);
+        for (int i = 0; i < end; i++) *places[firstSlot + i] = blockOf(i);
+    }
+
     CAudioProcessBase* process = nullptr; // null: fed from outside the graph
     int sourcePort = 0;
     CPortFormat format;
-    CVector<CSampleBlockRef, kMaxPortChannels> blocks; // [slots of format]
-    CVector<CSlotDelay, 2> delays;                     // [slots of format]
+    /// Where a delivered block goes: to `blocks`, or straight to the slot that it is for.
+    CVector<CSampleBlockRef*, kMaxPortChannels> places; // [slots of format]
+    CVector<CSampleBlockRef, kMaxPortChannels> blocks;  // [slots of format]: wait to be merged
+    CVector<CSlotDelay, 2> delays;                      // [slots of format]
     bool hasRun = false; // samples came through since the link or the stream began
 };
 
@@ -89,13 +102,19 @@ struct CMergeEntry {
 
 /// An input port. A port stays once it was linked; without sources it has no slots.
 struct CInputPort : public CLumMemAllocator {
+    /// Lets a simple port's sources deliver straight into the slots.
+    void goDirect() LUM_REALTIME;
+    /// Back to blocks that wait in the sources; those of this block go there too.
+    void leaveDirect() LUM_REALTIME;
+
     int number = 0;
-    CVector<std::unique_ptr<CPortSource>, 2> sources;
+    int blockLength = 0;    // samples
+    bool isTouched = false; // sources came, went, or published: slots and merges are out of date
+    bool isSimple = false;  // one source for each slot and no delay: nothing to merge
+    bool isDirect = false;
     CSlotTable slots;
+    CVector<std::unique_ptr<CPortSource>, 2> sources;
     CVector<CMergeEntry, kMaxPortChannels> merges; // by slot, then by source
-    uint32_t changeCounter = 0;
-    uint32_t seenCounter = 0;
-    int blockLength = 0; // samples
 };
 
 /// Where a process's output goes.
@@ -127,6 +146,11 @@ struct CParamSubscription : public CLumMemAllocator {
     bool isNew() const { return newMark != 0; }
     /// From now on the audio-side values are read and their changes heard.
     void listen() LUM_REALTIME;
+    /// The value counts as new at the process's next block.
+    void mark() LUM_REALTIME {
+        isDirty = 1;
+        *node.anyDirty = 1;
+    }
     /// Group 0 of a single-group parameter, whatever the group asked for.
     double read(int readGroup, int readElement, double fallback) const LUM_REALTIME;
 };
@@ -138,7 +162,8 @@ struct CParamSubscription : public CLumMemAllocator {
 /// How blocks travel: a source publishes a format (sample rate and slots) per output port whenever
 /// it changes, and delivers one block reference per slot and block. The target keeps both by
 /// source, and its block head merges the sources into the slot table of the port: ascending
-/// channel, all slots aligned to the largest latency.
+/// channel, all slots aligned to the largest latency. Where each slot has one source and no delay,
+/// which is nearly everywhere, that source delivers straight into the slot.
 ///
 /// How a graph is driven from outside (the instance):
 ///   definition.instantiate(process, "plugin.modMain", context, nullptr);
@@ -232,11 +257,17 @@ protected:
     void runBlockHead() LUM_REALTIME;
     /// Publishes the output format to all targets; unchanged content does nothing.
     void publish(int sourcePort, const CPortFormat& format) LUM_REALTIME;
-    /// Hands one output channel to all targets of a port, one reference each, with the block
-    /// length. A null block stands for no samples (0 frames).
-    void deliver(int sourcePort, int slot, const CSampleBlockRef& block) LUM_REALTIME;
+    /// Hands one output channel to all targets of a port. A null block stands for no samples (0
+    /// frames). The targets know the block's length from deliverLength.
+    void deliver(int sourcePort, int slot, CSampleBlockRef block) LUM_REALTIME {
+        deliverEach(sourcePort, slot, 1, [&block](int) -> CSampleBlockRef& { return block; });
+    }
+    /// The same for `count` channels from `firstSlot` on; blockOf(i) is the i-th one's block, which
+    /// is taken from there.
+    template <class BlockOf>
+    void deliverEach(int sourcePort, int firstSlot, int count, BlockOf blockOf) LUM_REALTIME;
     bool hasTargets(int sourcePort) const LUM_REALTIME;
-    /// Tells the targets of all ports the length of a block without channels.
+    /// Tells the targets of all ports the length of the block, before it is delivered.
     void deliverLength() LUM_REALTIME;
     /// Sets `flag` to 1 when `seconds` of audio have passed.
     void addTimedEvent(double seconds, uint8_t* flag) LUM_REALTIME;
@@ -288,7 +319,9 @@ private:
     void takeBlockLength() LUM_REALTIME;
     void takeInputChanges() LUM_REALTIME;
     bool takeStreamFormat() LUM_REALTIME;
+    void touchPort(CInputPort& port) LUM_REALTIME;
     bool rebuildPort(CInputPort& port) LUM_REALTIME;
+    static bool hasNothingToMerge(const CInputPort& port) LUM_REALTIME;
     void rebuildDelays(CPortSource& source, bool isRateNew) LUM_REALTIME;
     void settleDelay(CSlotDelay& slotDelay, bool isHeard, int delay) LUM_REALTIME;
     bool runTimedEvents() LUM_REALTIME;
@@ -309,7 +342,24 @@ private:
     CVector<CTimedEvent, 4> timedEvents;
     CVector<std::unique_ptr<CPortFormat>, 1> publishedFormats; // by source port
     CVector<CAllocParam, 4> allocParams;
-    bool portsChanged = false;
+    uint8_t hasNewValues = 0;      // some subscription is dirty; set by the collector too
+    bool areInputsTouched = false; // some port is
+    bool portsChanged = false;     // there is a new port
 };
+
+template <class BlockOf>
+void CAudioProcessBase::deliverEach(int sourcePort, int firstSlot, int count,
+                                    BlockOf blockOf) LUM_REALTIME {
+    const COutputTarget* last = nullptr; // which gets our own references, the others theirs
+    for (const COutputTarget& target : targets) {
+        if (target.sourcePort != sourcePort) continue;
+        if (last) last->source->put(firstSlot, count, [&](int i) { return blockOf(i); });
+        last = &target;
+    }
+    if (last)
+        last->source->put(firstSlot, count, [&](int i) { return std::move(blockOf(i)); });
+    else
+        for (int i = 0; i < count; i++) blockOf(i).reset();
+}
 
 } // namespace lum

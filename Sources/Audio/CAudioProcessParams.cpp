@@ -68,6 +68,7 @@ CParamSubscription& CAudioProcessBase::subscribe(CAudioParam& param, int allocIn
     made.element = element;
     made.use = use;
     made.node.dirty = &made.isDirty;
+    made.node.anyDirty = &hasNewValues;
     made.node.groupMask = &made.groupMask;
     made.node.group = group;
     made.node.element = element;

@@ -78,8 +78,8 @@ void CAudioProcessStack::process() LUM_REALTIME {
         for (auto& strand : layer->strands)
             if (strand->isInUse) strand->inlet.beginBlock(blockLength);
     for (const CForward& forward : forwards)
-        forward.inlet->deliver(forward.port, forward.inletSlot, forward.slot->block);
-    releaseInputs();
+        forward.inlet->deliver(forward.port, forward.inletSlot, std::move(forward.slot->block));
+    releaseInputs(); // of groups without a layer
     for (CAudioProcessBase* instance : runList)
         if (instance) instance->process();
     outlet.process();
@@ -89,9 +89,9 @@ void CAudioProcessStack::publishInner(int port, const CPortFormat& format) LUM_R
     publish(port, format);
 }
 
-void CAudioProcessStack::deliverInner(int port, int slot,
-                                      const CSampleBlockRef& block) LUM_REALTIME {
-    deliver(port, slot, block);
+void CAudioProcessStack::deliverInner(int port, int firstSlot, CSampleBlockRef* blocks,
+                                      int count) LUM_REALTIME {
+    deliverEach(port, firstSlot, count, [&](int i) -> CSampleBlockRef& { return blocks[i]; });
 }
 
 // Layers.

@@ -49,7 +49,8 @@ private:
     };
 
     void publishInner(int port, const CPortFormat& format) LUM_REALTIME override;
-    void deliverInner(int port, int slot, const CSampleBlockRef& block) LUM_REALTIME override;
+    void deliverInner(int port, int firstSlot, CSampleBlockRef* blocks,
+                      int count) LUM_REALTIME override;
     CLayer& layerOf(int group) LUM_REALTIME;
     CStrand& strandOf(CLayer& layer, int channel) LUM_REALTIME;
     void assignSlots() LUM_REALTIME;

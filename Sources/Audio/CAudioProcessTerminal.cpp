@@ -75,11 +75,12 @@ void CAudioProcessTerminalBase::runFade(CModulePair& pair) LUM_REALTIME {
 
 void CAudioProcessTerminalBase::handOver() LUM_REALTIME {
     int slot = 0;
-    for (auto& pair : pairs)
-        for (CModuleChannel& channel : pair->current->channels) {
-            deliver(0, slot++, channel.output);
-            channel.output.reset();
-        }
+    for (auto& pair : pairs) {
+        auto& channels = pair->current->channels;
+        deliverEach(0, slot, channels.ssize(),
+                    [&](int i) -> CSampleBlockRef& { return channels[i].output; });
+        slot += channels.ssize();
+    }
 }
 
 // Updates.

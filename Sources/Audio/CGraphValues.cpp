@@ -23,13 +23,13 @@ CGraphValues::CEntry& CGraphValues::entryOf(CAudioParam& param) {
 void CGraphValues::refresh() {
     for (auto& entry : entries) entry->copy = entry->param->copyValues();
     for (auto& entry : entries)
-        for (CParamSubscription* subscription : entry->structure) subscription->isDirty = 1;
+        for (CParamSubscription* subscription : entry->structure) subscription->mark();
     markAll();
 }
 
 void CGraphValues::markAll() {
     for (auto& entry : entries)
-        for (CParamSubscription* subscription : entry->values) subscription->isDirty = 1;
+        for (CParamSubscription* subscription : entry->values) subscription->mark();
 }
 
 bool CGraphValues::isStructureCurrent() const {
@@ -51,7 +51,8 @@ void CGraphValues::goLive() LUM_REALTIME {
         const bool isSame = entry->copy.readsLike(entry->param->getAudioValues());
         for (CParamSubscription* subscription : entry->values) {
             subscription->listen();
-            subscription->isDirty = isSame ? 0 : 1;
+            subscription->isDirty = 0;
+            if (!isSame) subscription->mark();
         }
     }
 }

@@ -92,8 +92,8 @@ void CModMSCoder::codePair(CSlotTable& slots, const CPair& pair) LUM_REALTIME {
         ops::decodeMidSide(first.samples(), second.samples(), a, b, blockLength);
     else
         ops::encodeMidSide(first.samples(), second.samples(), a, b, blockLength);
-    deliver(0, pair.first, first);
-    deliver(0, pair.second, second);
+    deliver(0, pair.first, std::move(first));
+    deliver(0, pair.second, std::move(second));
 }
 
 } // namespace lum

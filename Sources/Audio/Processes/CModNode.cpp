@@ -18,7 +18,7 @@ void CModNode::process() LUM_REALTIME {
     runBlockHead();
     deliverLength();
     CSlotTable& slots = inputSlots(0);
-    for (int i = 0; i < slots.count; i++) deliver(0, i, slots[i].block);
+    deliverEach(0, 0, slots.count, [&](int i) -> CSampleBlockRef& { return slots[i].block; });
     releaseInputs();
 }
 
