@@ -199,6 +199,8 @@ void CAudioProcess::decideLinks() LUM_REALTIME {
     if (compositeDef->isAutoLinks) addAutoLinks();
     addStateLinks(-1);
     for (const CStateWatcher& watcher : stateWatchers) addStateLinks(watcher.lastValue);
+    while (dropUnreadNode()) {
+    }
     synchronise();
     computeRunOrder();
 }
@@ -273,6 +275,29 @@ void CAudioProcess::addLink(CLinks& links, CNode* source, int sourcePort,
             return;
         }
     links.push_back({source, sourcePort, targetPort, 1, false});
+}
+
+/// Takes the links of one fixed point away that is linked to and that nobody reads. False when
+/// there is none.
+bool CAudioProcess::dropUnreadNode() LUM_REALTIME {
+    for (auto& node : nodes) {
+        if (!node->isPassive || isRead(*node)) continue;
+        bool wasLinked = false;
+        for (CLinkEntry& link : node->links) wasLinked |= std::exchange(link.wanted, 0) > 0;
+        if (wasLinked) return true;
+    }
+    return false;
+}
+
+bool CAudioProcess::isRead(const CNode& source) const LUM_REALTIME {
+    const auto hasLink = [&](const CLinks& links) {
+        return std::any_of(links.begin(), links.end(), [&](const CLinkEntry& link) {
+            return link.source == &source && link.wanted > 0;
+        });
+    };
+    return hasLink(outputLinks) || std::any_of(nodes.begin(), nodes.end(), [&](const auto& node) {
+               return hasLink(node->links);
+           });
 }
 
 void CAudioProcess::synchronise() LUM_REALTIME {

@@ -11,9 +11,10 @@ namespace lum {
 /// Deciding the links. Every entry of every destination carries a wanted count, cleared first.
 /// Automatic links chain the active children in tree order. A child of tag `audio:modNode` is a
 /// fixed point of that chain: it receives links, but whoever follows it is linked to its sources
-/// instead, so it costs the chain nothing; an explicit link may name it, and then it forwards.
-/// Explicit links of all active states come on top. Entries that nobody wants any more are
-/// dropped, new ones connected, and the run order is computed from what is connected.
+/// instead; an explicit link may name it, and then it forwards. One that nobody reads is not fed
+/// either, so it costs nothing. Explicit links of all active states come on top. Entries that
+/// nobody wants any more are dropped, new ones connected, and the run order is computed from what
+/// is connected.
 ///
 /// A child's live process is made once, at init, so that its failures stop the construction; it
 /// sleeps while no link reaches it. Audio thread, or set-up.
@@ -83,6 +84,8 @@ private:
     void addStateLinks(int state) LUM_REALTIME;
     void addExplicitLink(const CAudioProcessLinkDef& link) LUM_REALTIME;
     void addLink(CLinks& links, CNode* source, int sourcePort, int targetPort) LUM_REALTIME;
+    bool dropUnreadNode() LUM_REALTIME;
+    bool isRead(const CNode& source) const LUM_REALTIME;
     void synchronise() LUM_REALTIME;
     void sleepUnlinked() LUM_REALTIME;
     void dropAllLinks();

@@ -1,5 +1,6 @@
 # Building and running tests. Sourced by ./dev.
 
+THREAD_SECONDS=${THREAD_SECONDS:-300} # of all that hosts do at once
 # Tests in which threads meet, by name; these run under the thread sanitizer.
 THREADED_TESTS='Thread|Lock|Spin|Event|Timer|Queue|Pool|Notifier|Worker|Concurr|Collector|Store|Parallel|AtOnce'
 
@@ -34,6 +35,13 @@ build_tsan() {
   configure tsan -DLUM_TESTS=ON -DLUM_BENCHMARKS=OFF || return 1
   ninja -C build/tsan tests_platform tests_core tests_other tests_audio tests_host SorrelGEQ \
     sorrel-validate
+}
+
+# All that hosts do at once goes through the binary, and halts at the first race.
+test_tsan() {
+  run_tests tsan -R "$THREADED_TESTS" &&
+    TSAN_OPTIONS=halt_on_error=1 validate_product tsan --only Threads \
+      --thread-seconds "$THREAD_SECONDS"
 }
 
 # The fuzzers share their libraries with the tests of the address sanitizer.
