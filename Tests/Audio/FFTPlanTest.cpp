@@ -152,6 +152,7 @@ TEST_P(FFTPlanTest, blockedProductsGiveTheSameSamplesAsPackedOnes) {
         plan.inverseBlocked(sum.data(), result.data());
         EXPECT_EQ(sum, kept) << "the spectrum is input only";
         plan.inverse(packedSum.data());
+        packedSum.resize(size / 2); // what overlap-save wants
         EXPECT_LT(distance(result, packedSum), 1e-15 * plan.getOrder() * largest(packedSum))
             << "order " << plan.getOrder();
     });
@@ -214,6 +215,7 @@ TEST_P(FFTPlanTest, spectraAndSamplesAreThoseOfThePlainLoops) {
             blocked[i] = spectrum;
             back[i] = packed[i];
             codes[i]->inverse(tables, back[i].data(), back[i].data(), work.data());
+            samples.resize(size / 2);
             EXPECT_LT(distance(back[i], samples), 1e-15 * order * static_cast<double>(size));
         }
         // Fused multiply-adds round once where the plain loops round twice.

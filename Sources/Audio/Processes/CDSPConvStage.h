@@ -40,7 +40,7 @@ private:
     int known = 0;             // spectra since the reset; earlier ones are the constant
     CSampleBlockRef memory;    // of what follows
     double* window = nullptr;  // [2 * B]: the block being gathered, then the block before it
-    double* current = nullptr; // [2 * B]: the lower half is being played out
+    double* current = nullptr; // [2 * B]: the lower half is being played out, see inverseBlocked
     double** ring = nullptr;   // [2 * P]: the spectra of past input blocks twice in a row
 };
 

@@ -42,7 +42,8 @@ public:
     void inverse(double* data) LUM_REALTIME;
     /// samples: [N]; spectrum: [blockedSize()], another array.
     void forwardBlocked(const double* samples, double* spectrum) LUM_REALTIME;
-    /// spectrum: [blockedSize()], kept; samples: [N], another array.
+    /// spectrum: [blockedSize()], kept; samples: [N], another array, of which the lower half gets
+    /// the samples and the upper one is scratch.
     void inverseBlocked(const double* spectrum, double* samples) LUM_REALTIME;
 
 private:

@@ -54,8 +54,8 @@ struct CTransform {
             passInverse(t.passes[i], from, to);
             std::swap(from, to);
         }
-        t.timeRadix == 4 ? timeInverse<4>(t.timeTwiddles, work, out, t.points)
-                         : timeInverse<8>(t.timeTwiddles, work, out, t.points);
+        t.timeRadix == 4 ? timeInverse<Layout, 4>(t.timeTwiddles, work, out, t.points)
+                         : timeInverse<Layout, 8>(t.timeTwiddles, work, out, t.points);
     }
 
     /// Calls `step` with the order as a constant if there is code for it.
@@ -92,7 +92,7 @@ struct CTransform {
             (passInverseFixed<Order, plan.passCount - 1 - I>(t, work, out), ...);
         }
         (std::make_integer_sequence<int, plan.passCount>());
-        timeInverse<plan.timeRadix>(t.timeTwiddles, work, out, points);
+        timeInverse<Layout, plan.timeRadix>(t.timeTwiddles, work, out, points);
     }
     /// Pass I leads from `work` to `out` when I is even and back when it is odd.
     template <int Order, int I>
@@ -167,7 +167,7 @@ struct CTransform {
                 P::template storeTransposed<2 * Radix>(place, x + k);
         }
     }
-    template <int Radix, class Size>
+    template <class Layout, int Radix, class Size>
     static void timeInverse(const double* w, const double* in, double* out, Size points) {
         const int leg = points / Radix;
         for (int p = 0; p < leg; p += 4, w += 8 * (Radix - 1)) {
@@ -177,7 +177,8 @@ struct CTransform {
                 P::template loadTransposed<2 * Radix>(place, x + k);
             for (int k = 1; k < Radix; k++) x[k] = turned<Turn::Inverse>(x[k], w + 8 * (k - 1));
             butterfly<Turn::Inverse>(x);
-            for (int j = 0; j < Radix; j++) x[j].storePairs(out + 2 * (p + j * leg));
+            constexpr int kKept = Layout::kIsLowerHalfEnough ? Radix / 2 : Radix;
+            for (int j = 0; j < kKept; j++) x[j].storePairs(out + 2 * (p + j * leg));
         }
     }
     /// Four points by the four roots of a block.
@@ -390,6 +391,8 @@ struct CTransform {
 /// line.
 template <class P>
 struct CPackedLayout {
+    static constexpr bool kIsLowerHalfEnough = false;
+
     /// bin: bins 4 * block to 4 * block + 3; mirror: bins M - 4 * block down to M - 4 * block - 3.
     /// The mirror of bin 0 is bin N / 2, whose value is kept beside that of bin 0.
     static void storeBins(double* out, int points, int block, P bin, P mirror) {
@@ -420,9 +423,12 @@ struct CPackedLayout {
 };
 
 /// The blocked spectrum: what the split pass makes, stored as it is. A few bins stand twice, which
-/// costs nothing and lets the products run over the whole array without a special case.
+/// costs nothing and lets the products run over the whole array without a special case. Of the
+/// samples overlap-save wants the lower half.
 template <class P>
 struct CBlockedLayout {
+    static constexpr bool kIsLowerHalfEnough = true;
+
     static void storeBins(double* out, int points, int block, P bin, P mirror) {
         bin.storeBlock(out + 8 * block);
         mirror.storeBlock(out + 8 * (points / 4 - 1 - block));

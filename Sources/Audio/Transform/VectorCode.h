@@ -19,6 +19,7 @@ struct CVectorCode {
     void (*inverse)(const CTransformTables& tables, const double* in, double* out, double* work);
     void (*forwardBlocked)(const CTransformTables& tables, const double* in, double* out,
                            double* work);
+    /// Makes the lower half of the samples; the upper half of `out` is scratch.
     void (*inverseBlocked)(const CTransformTables& tables, const double* in, double* out,
                            double* work);
 
