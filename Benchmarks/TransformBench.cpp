@@ -75,7 +75,7 @@ struct COurs {
         keep(data);
     }
     void blocked() {
-        plan->forwardBlocked(fresh, spectrum);
+        plan->forwardBlocked(fresh, fresh + plan->getSize() / 2, spectrum);
         plan->inverseBlocked(spectrum, data);
         keep(data);
     }

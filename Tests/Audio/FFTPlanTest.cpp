@@ -128,8 +128,8 @@ TEST_P(FFTPlanTest, blockedProductsGiveTheSameSamplesAsPackedOnes) {
             Samples x = noise(size, 10 + j), y = noise(size, 20 + j);
             a.emplace_back(blocked);
             b.emplace_back(blocked);
-            plan.forwardBlocked(x.data(), a.back().data());
-            plan.forwardBlocked(y.data(), b.back().data());
+            plan.forwardBlocked(x.data(), x.data() + size / 2, a.back().data());
+            plan.forwardBlocked(y.data(), y.data() + size / 2, b.back().data());
             plan.forward(x.data());
             plan.forward(y.data());
             if (j == 0) {
@@ -210,7 +210,8 @@ TEST_P(FFTPlanTest, spectraAndSamplesAreThoseOfThePlainLoops) {
             Samples work(size), spectrum(size + 8), samples(size);
             packed[i] = x;
             codes[i]->forward(tables, packed[i].data(), packed[i].data(), work.data());
-            codes[i]->forwardBlocked(tables, x.data(), spectrum.data(), work.data());
+            codes[i]->forwardBlocked(tables, x.data(), x.data() + size / 2, spectrum.data(),
+                                     work.data());
             codes[i]->inverseBlocked(tables, spectrum.data(), samples.data(), work.data());
             blocked[i] = spectrum;
             back[i] = packed[i];

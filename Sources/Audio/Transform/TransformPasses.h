@@ -28,11 +28,17 @@ struct CTransform {
 
     template <class Layout>
     static void forward(const CTransformTables& t, const double* in, double* out, double* work) {
+        forwardHalves<Layout>(t, in, in + t.points, out, work);
+    }
+    /// lower, upper: the halves of the samples.
+    template <class Layout>
+    static void forwardHalves(const CTransformTables& t, const double* lower, const double* upper,
+                              double* out, double* work) {
         const bool isDone = withFixedOrder(
-            t.order, [&](auto order) { forwardFixed<Layout, order>(t, in, out, work); });
+            t.order, [&](auto order) { forwardFixed<Layout, order>(t, lower, upper, out, work); });
         if (isDone) return;
-        t.timeRadix == 4 ? timeForward<4>(t.timeTwiddles, in, work, t.points)
-                         : timeForward<8>(t.timeTwiddles, in, work, t.points);
+        t.timeRadix == 4 ? timeForward<4>(t.timeTwiddles, lower, upper, work, t.points)
+                         : timeForward<8>(t.timeTwiddles, lower, upper, work, t.points);
         double* from = work;
         double* to = out;
         for (int i = 0; i < t.passCount; i++) {
@@ -72,10 +78,11 @@ struct CTransform {
     /// The same steps with constant sizes.
     template <class Layout, int Order>
     [[gnu::flatten, gnu::noinline]] static void
-    forwardFixed(const CTransformTables& t, const double* in, double* out, double* work) {
+    forwardFixed(const CTransformTables& t, const double* lower, const double* upper, double* out,
+                 double* work) {
         constexpr CTransformPlan plan = CTransformPlan::of(Order);
         constexpr CSize<plan.points> points;
-        timeForward<plan.timeRadix>(t.timeTwiddles, in, work, points);
+        timeForward<plan.timeRadix>(t.timeTwiddles, lower, upper, work, points);
         [&]<int... I>(std::integer_sequence<int, I...>) {
             (passForwardFixed<Order, I>(t, work, out), ...);
         }
@@ -155,11 +162,15 @@ struct CTransform {
     // Time pass: interleaved points to blocks, stride 1 -------------------------------------------
 
     template <int Radix, class Size>
-    static void timeForward(const double* w, const double* in, double* out, Size points) {
+    static void timeForward(const double* w, const double* lower, const double* upper, double* out,
+                            Size points) {
         const int leg = points / Radix;
         for (int p = 0; p < leg; p += 4, w += 8 * (Radix - 1)) {
             P x[Radix];
-            for (int j = 0; j < Radix; j++) x[j] = P::loadPairs(in + 2 * (p + j * leg));
+            for (int j = 0; j < Radix / 2; j++) {
+                x[j] = P::loadPairs(lower + 2 * (p + j * leg));
+                x[j + Radix / 2] = P::loadPairs(upper + 2 * (p + j * leg));
+            }
             butterfly<Turn::Forward>(x);
             for (int k = 1; k < Radix; k++) x[k] = turned<Turn::Forward>(x[k], w + 8 * (k - 1));
             double* place = out + 2 * Radix * p;

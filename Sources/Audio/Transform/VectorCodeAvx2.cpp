@@ -104,7 +104,7 @@ using CLoops = CSpectrumLoops<CFourPoints>;
 } // namespace
 
 const CVectorCode kVectorCodeAvx2 = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
+    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
     &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };

@@ -210,7 +210,7 @@ using CLoops = CSpectrumLoops<CWidePoints>;
 } // namespace
 
 const CVectorCode kVectorCodeAvx512 = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
+    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
     &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };
