@@ -17,6 +17,7 @@ using namespace lum::bench;
 namespace {
 
 constexpr int kBlock = 128; // samples a host block
+const platform::CpuLevel kNarrow = std::min(platform::cpuLevel(), platform::CpuLevel::Avx2);
 
 std::vector<double> noise(size_t count, unsigned state) {
     std::vector<double> data(count);
@@ -104,6 +105,7 @@ void benchProducts() {
     double* const out = spectrum(201);
     double* const packed = spectrum(202);
     const CVectorCode& best = vectorCodeOf(platform::cpuLevel());
+    const CVectorCode& avx2 = vectorCodeOf(kNarrow);
     const CVectorCode& plain = vectorCodeOf(platform::CpuLevel::Plain);
     auto interleaved = [&] {
         for (int j = 0; j < kPartitions; j++)
@@ -126,6 +128,11 @@ void benchProducts() {
              plain.sumProducts(as.data(), bs.data(), kPartitions, out, kSize);
              keep(out);
          }},
+        {"sumProducts, at most AVX2",
+         [&] {
+             avx2.sumProducts(as.data(), bs.data(), kPartitions, out, kSize);
+             keep(out);
+         }},
         {"sumProducts", [&] {
              best.sumProducts(as.data(), bs.data(), kPartitions, out, kSize);
              keep(out);
@@ -136,9 +143,9 @@ void benchProducts() {
     for (const CContestant& c : all)
         std::printf("  %-28s %8.0f  (%.2f of the loop)\n", c.name.c_str(), c.median, c.ratio);
     const double bins = kPartitions * (1 << kOrder) / 2;
-    const double cycles = 1000.0 * medianRatio(all[3].times, all[4].times) / bins;
+    const double cycles = 1000.0 * medianRatio(all[4].times, all[5].times) / bins;
     std::printf("  sumProducts: %s; %.2f cycles a bin and partition, %s\n",
-                verdict(all[3].ratio, 0.25).c_str(), cycles, verdict(cycles, 0.9).c_str());
+                verdict(all[4].ratio, 0.25).c_str(), cycles, verdict(cycles, 0.9).c_str());
 }
 
 /// Largest difference to the sum by definition, in extended precision, after one pass of `in`. The
@@ -166,20 +173,29 @@ void benchConvolver(int taps, double goal, unsigned flags) {
     COverlapSave reference(kernel, flags);
     CSampleBlockPool pool;
     CDSPConvolver ours(pool, kBlock, kernel.data(), taps);
-    size_t atOurs = 0, atReference = 0;
+    CDSPConvolver narrow(pool, kBlock, kernel.data(), taps);
+    size_t atOurs = 0, atNarrow = 0, atReference = 0;
     auto next = [&](size_t& at) { return in.data() + kBlock * (at++ % 64); };
     std::vector<CContestant> all = {{"FFTW",
                                      [&] {
                                          reference.process(next(atReference), want.data());
                                          keep(want.data());
                                      }},
-                                    {"ours", [&] {
+                                    {"ours",
+                                     [&] {
                                          ours.process(next(atOurs), out.data(), kBlock);
                                          keep(out.data());
+                                     }},
+                                    {"ours, at most AVX2", [&] {
+                                         selectVectorCode(kNarrow);
+                                         narrow.process(next(atNarrow), out.data(), kBlock);
+                                         keep(out.data());
+                                         selectVectorCode(platform::cpuLevel());
                                      }}};
     compare(all);
-    std::printf("  %5d taps  %8.2f %8.2f  (%.2f)  %s", taps, all[0].median / kBlock,
-                all[1].median / kBlock, all[1].ratio, verdict(all[1].ratio, goal).c_str());
+    std::printf("  %5d taps  %8.2f %8.2f  (%.2f)  at most AVX2 %8.2f  (%.2f)  %s", taps,
+                all[0].median / kBlock, all[1].median / kBlock, all[1].ratio,
+                all[2].median / kBlock, all[2].ratio, verdict(all[1].ratio, goal).c_str());
     std::printf("; error %.1e, goal 1e-13\n", convolutionError(kernel, in));
 }
 

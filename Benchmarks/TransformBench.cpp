@@ -3,6 +3,7 @@
 #include "Audio/Transform/VectorCode.h"
 #include "BenchHarness.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <fftw3.h>
 
@@ -11,8 +12,12 @@ using namespace lum::bench;
 
 namespace {
 
+using Level = platform::CpuLevel;
+
+/// From the beginning of a cache line on, as all arrays of the engine.
 double* makeNoise(int size) {
-    double* data = fftw_alloc_real(static_cast<size_t>(size) + 16);
+    double* data =
+        static_cast<double*>(std::aligned_alloc(64, (static_cast<size_t>(size) + 16) * 8));
     unsigned state = 1;
     for (int i = 0; i < size + 16; i++) {
         state = state * 1664525u + 1013904223u;
@@ -70,7 +75,7 @@ struct COurs {
         keep(data);
     }
     void blocked() {
-        plan->forwardBlocked(fresh, spectrum);
+        plan->forwardBlocked(fresh, fresh + plan->getSize() / 2, spectrum);
         plan->inverseBlocked(spectrum, data);
         keep(data);
     }
@@ -88,23 +93,25 @@ int main(int argc, char** argv) {
     pinToOneCore();
     std::printf("Forward + inverse real transform, ns (ratio to FFTW, %s)\n",
                 isQuick ? "MEASURE" : "PATIENT");
-    std::printf("%5s %9s %16s %16s %16s %9s\n", "order", "FFTW", "packed", "blocked", "plain",
-                "plan ms");
+    std::printf("%5s %9s %16s %16s %16s %16s %9s\n", "order", "FFTW", "packed", "blocked",
+                "blocked AVX2", "plain", "plan ms");
     double logSum = 0.0;
     for (int order = CFFTPlan::kMinOrder; order <= 15; order++) {
         const double planMs = makeTimeMs(order);
         CReference reference(1 << order, isQuick ? FFTW_MEASURE : FFTW_PATIENT);
         COurs ours(order);
-        auto withCode = [&](platform::CpuLevel level, auto body) {
+        auto withCode = [&](Level level, auto body) {
             selectVectorCode(level);
             body();
         };
-        const platform::CpuLevel best = platform::cpuLevel();
+        const Level best = platform::cpuLevel();
         std::vector<CContestant> all = {
             {"FFTW", [&] { reference.run(); }},
             {"packed", [&] { withCode(best, [&] { ours.packed(); }); }},
             {"blocked", [&] { withCode(best, [&] { ours.blocked(); }); }},
-            {"plain", [&] { withCode(platform::CpuLevel::Plain, [&] { ours.packed(); }); }}};
+            {"blocked AVX2",
+             [&] { withCode(std::min(best, Level::Avx2), [&] { ours.blocked(); }); }},
+            {"plain", [&] { withCode(Level::Plain, [&] { ours.packed(); }); }}};
         compare(all, isQuick ? 60 : 200);
         std::printf("%5d %9.0f", order, all[0].median);
         for (size_t i = 1; i < all.size(); i++)

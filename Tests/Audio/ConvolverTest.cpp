@@ -1,7 +1,7 @@
+#include "Audio/LevelFixture.h"
 #include "Audio/Processes/CDSPConvolver.h"
 #include "Audio/Processes/CDSPDirectFIR.h"
 #include "Audio/Processes/CKernelPartitions.h"
-#include "Audio/Transform/VectorCode.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -55,13 +55,8 @@ Samples run(Filter& filter, const Samples& x, const std::vector<int>& sizes) {
     return y;
 }
 
-class ConvolverTest : public testing::TestWithParam<platform::CpuLevel> {
+class ConvolverTest : public LevelTest {
 protected:
-    void SetUp() override {
-        if (GetParam() > platform::cpuLevel()) GTEST_SKIP() << "no such instructions here";
-        selectVectorCode(GetParam());
-    }
-    void TearDown() override { selectVectorCode(platform::cpuLevel()); }
     CSampleBlockPool pool;
 };
 
@@ -137,8 +132,5 @@ TEST_P(ConvolverTest, directFilterHasNoDelayAndAnyLength) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(everyInstructionSet, ConvolverTest,
-                         testing::Values(platform::CpuLevel::Plain, platform::CpuLevel::Avx2),
-                         [](const auto& level) {
-                             return level.param == platform::CpuLevel::Plain ? "plain" : "avx2";
-                         });
+INSTANTIATE_TEST_SUITE_P(everyInstructionSet, ConvolverTest, testing::ValuesIn(kAllLevels),
+                         [](const auto& level) { return levelName(level.param); });

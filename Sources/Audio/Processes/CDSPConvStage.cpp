@@ -6,6 +6,7 @@
 #include "Audio/Transform/VectorCode.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace lum {
 
@@ -16,7 +17,8 @@ CDSPConvStage::CDSPConvStage(CSampleBlockPool& pool, const CStagePartitions& sta
       block(stageKernel.block),
       remaining(stageKernel.block) {
     memory = takeArena(pool, [this](CSampleArena& arena) {
-        window = arena.values(2 * block);
+        gathered = arena.values(block);
+        before = arena.values(block);
         current = arena.values(2 * block);
         ring = arena.pointers(2 * kernel.partitions);
         for (int j = 0; j < kernel.partitions; j++) {
@@ -44,7 +46,7 @@ void CDSPConvStage::process(const double* in, double* out, int count) {
 /// spectra. A constant's spectrum is its value times N in bin 0.
 void CDSPConvStage::reset(double firstSample) {
     historyScale = firstSample * kernel.plan->getSize();
-    std::fill_n(window + block, block, firstSample);
+    std::fill_n(before, block, firstSample);
     remaining = block;
     newest = 0;
     known = 0;
@@ -54,7 +56,7 @@ void CDSPConvStage::reset(double firstSample) {
 
 void CDSPConvStage::passSamples(const double* in, double* out, int count) {
     const int at = block - remaining;
-    std::copy_n(in, count, window + at);
+    std::copy_n(in, count, gathered + at);
     const double* ready = current + at;
     if (output == Output::Copy)
         std::copy_n(ready, count, out);
@@ -65,9 +67,9 @@ void CDSPConvStage::passSamples(const double* in, double* out, int count) {
 void CDSPConvStage::completeBlock() {
     newest = newest == 0 ? kernel.partitions - 1 : newest - 1;
     known = std::min(known + 1, kernel.partitions);
-    kernel.plan->forwardBlocked(window, ring[newest]);
+    kernel.plan->forwardBlocked(gathered, before, ring[newest]);
     playBlock();
-    std::copy_n(window, block, window + block);
+    std::swap(gathered, before);
     remaining = block;
 }
 
@@ -92,7 +94,8 @@ void CDSPConvStage::takeHistory(const CDSPConvStage& other) {
     historyScale = other.historyScale;
     newest = other.newest;
     known = other.known;
-    std::copy_n(other.window, 2 * block, window);
+    std::copy_n(other.gathered, block, gathered);
+    std::copy_n(other.before, block, before);
     for (int j = newest; j < newest + known; j++)
         std::copy_n(other.ring[j], kernel.plan->blockedSize(), ring[j]);
     playBlock();

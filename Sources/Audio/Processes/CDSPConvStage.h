@@ -33,15 +33,16 @@ private:
     const CStagePartitions& kernel;
     Output output;
     bool needsReset = true;
-    int block;                 // B
-    int remaining;             // samples until the block is complete
-    double historyScale = 0.0; // DC bin of a block of the constant past
-    int newest = 0;            // ring[newest + j] is the spectrum of j blocks ago
-    int known = 0;             // spectra since the reset; earlier ones are the constant
-    CSampleBlockRef memory;    // of what follows
-    double* window = nullptr;  // [2 * B]: the block being gathered, then the block before it
-    double* current = nullptr; // [2 * B]: the lower half is being played out
-    double** ring = nullptr;   // [2 * P]: the spectra of past input blocks twice in a row
+    int block;                  // B
+    int remaining;              // samples until the block is complete
+    double historyScale = 0.0;  // DC bin of a block of the constant past
+    int newest = 0;             // ring[newest + j] is the spectrum of j blocks ago
+    int known = 0;              // spectra since the reset; earlier ones are the constant
+    CSampleBlockRef memory;     // of what follows
+    double* gathered = nullptr; // [B]: the block under way
+    double* before = nullptr;   // [B]: the block before it; the two change places
+    double* current = nullptr;  // [2 * B]: the lower half is being played out, see inverseBlocked
+    double** ring = nullptr;    // [2 * P]: the spectra of past input blocks twice in a row
 };
 
 } // namespace lum

@@ -16,7 +16,7 @@ void transformPartition(CFFTPlan& plan, const double* taps, int count, double* t
                         double* spectrum) {
     std::fill_n(time, plan.getSize(), 0.0);
     for (int i = 0; i < count; i++) time[i] = taps[i] * plan.getScale();
-    plan.forwardBlocked(time, spectrum);
+    plan.forwardBlocked(time, time + plan.getSize() / 2, spectrum);
 }
 
 } // namespace

@@ -73,8 +73,8 @@ void CFFTPlan::inverse(double* data) {
     vectorCode().inverse(*tables, data, data, work);
 }
 
-void CFFTPlan::forwardBlocked(const double* samples, double* spectrum) {
-    vectorCode().forwardBlocked(*tables, samples, spectrum, work);
+void CFFTPlan::forwardBlocked(const double* lower, const double* upper, double* spectrum) {
+    vectorCode().forwardBlocked(*tables, lower, upper, spectrum, work);
 }
 
 void CFFTPlan::inverseBlocked(const double* spectrum, double* samples) {

@@ -40,9 +40,10 @@ public:
 
     void forward(double* data) LUM_REALTIME;
     void inverse(double* data) LUM_REALTIME;
-    /// samples: [N]; spectrum: [blockedSize()], another array.
-    void forwardBlocked(const double* samples, double* spectrum) LUM_REALTIME;
-    /// spectrum: [blockedSize()], kept; samples: [N], another array.
+    /// lower, upper: [N / 2], the halves of the samples; spectrum: [blockedSize()], another array.
+    void forwardBlocked(const double* lower, const double* upper, double* spectrum) LUM_REALTIME;
+    /// spectrum: [blockedSize()], kept; samples: [N], another array, of which the lower half gets
+    /// the samples and the upper one is scratch.
     void inverseBlocked(const double* spectrum, double* samples) LUM_REALTIME;
 
 private:

@@ -1,32 +1,17 @@
 #pragma once
 
+#include "Audio/Transform/TransformPoints.h"
 #include "Audio/Transform/TransformTables.h"
 
 #include <cstddef>
 #include <type_traits>
 #include <utility>
 
-/// The passes of the real transform, written once for any type V of four lanes. V gives load,
-/// store, broadcast, arithmetic, mulAdd and the few exchanges of lanes that are used here; an
-/// instruction set's file brings its V in an unnamed namespace and takes the functions of
-/// CTransform<V>. All private arrays are blocks of four points, 4 real and 4 imaginary parts, with
-/// the lanes of a block in the order 0, 2, 1, 3.
+/// The passes of the real transform, written once for any type P of four complex points; CPoints
+/// (TransformPoints.h) is the pattern. An instruction set's file brings its P and takes the
+/// functions of CTransform<P>. All private arrays are blocks of four points, 8 values, in the form
+/// of P::load and P::store.
 namespace lum {
-
-/// Four complex points.
-template <class V>
-struct CPoints {
-    V re;
-    V im;
-
-    static CPoints load(const double* block) { return {V::load(block), V::load(block + 4)}; }
-    void store(double* block) const {
-        re.store(block);
-        im.store(block + 4);
-    }
-    friend CPoints operator+(CPoints a, CPoints b) { return {a.re + b.re, a.im + b.im}; }
-    friend CPoints operator-(CPoints a, CPoints b) { return {a.re - b.re, a.im - b.im}; }
-};
 
 /// A size that is known when the code is compiled. A pass takes its sizes as int or as one of
 /// these: constants make the offsets part of the instructions and short loops straight code.
@@ -35,19 +20,25 @@ using CSize = std::integral_constant<int, Value>;
 
 /// FixedOrders: how many orders, from the lowest on, have code of their own with constant sizes. It
 /// takes a fifth fewer instructions than the code that the other orders share.
-template <class V, int FixedOrders>
+template <class P, int FixedOrders>
 struct CTransform {
-    using P = CPoints<V>;
+    using Roots = typename P::Roots;
 
     // Public steps ------------------------------------------------------------------------------
 
     template <class Layout>
     static void forward(const CTransformTables& t, const double* in, double* out, double* work) {
+        forwardHalves<Layout>(t, in, in + t.points, out, work);
+    }
+    /// lower, upper: the halves of the samples.
+    template <class Layout>
+    static void forwardHalves(const CTransformTables& t, const double* lower, const double* upper,
+                              double* out, double* work) {
         const bool isDone = withFixedOrder(
-            t.order, [&](auto order) { forwardFixed<Layout, order>(t, in, out, work); });
+            t.order, [&](auto order) { forwardFixed<Layout, order>(t, lower, upper, out, work); });
         if (isDone) return;
-        t.timeRadix == 4 ? timeForward<4>(t.timeTwiddles, in, work, t.points)
-                         : timeForward<8>(t.timeTwiddles, in, work, t.points);
+        t.timeRadix == 4 ? timeForward<4>(t.timeTwiddles, lower, upper, work, t.points)
+                         : timeForward<8>(t.timeTwiddles, lower, upper, work, t.points);
         double* from = work;
         double* to = out;
         for (int i = 0; i < t.passCount; i++) {
@@ -69,8 +60,8 @@ struct CTransform {
             passInverse(t.passes[i], from, to);
             std::swap(from, to);
         }
-        t.timeRadix == 4 ? timeInverse<4>(t.timeTwiddles, work, out, t.points)
-                         : timeInverse<8>(t.timeTwiddles, work, out, t.points);
+        t.timeRadix == 4 ? timeInverse<Layout, 4>(t.timeTwiddles, work, out, t.points)
+                         : timeInverse<Layout, 8>(t.timeTwiddles, work, out, t.points);
     }
 
     /// Calls `step` with the order as a constant if there is code for it.
@@ -87,10 +78,11 @@ struct CTransform {
     /// The same steps with constant sizes.
     template <class Layout, int Order>
     [[gnu::flatten, gnu::noinline]] static void
-    forwardFixed(const CTransformTables& t, const double* in, double* out, double* work) {
+    forwardFixed(const CTransformTables& t, const double* lower, const double* upper, double* out,
+                 double* work) {
         constexpr CTransformPlan plan = CTransformPlan::of(Order);
         constexpr CSize<plan.points> points;
-        timeForward<plan.timeRadix>(t.timeTwiddles, in, work, points);
+        timeForward<plan.timeRadix>(t.timeTwiddles, lower, upper, work, points);
         [&]<int... I>(std::integer_sequence<int, I...>) {
             (passForwardFixed<Order, I>(t, work, out), ...);
         }
@@ -107,7 +99,7 @@ struct CTransform {
             (passInverseFixed<Order, plan.passCount - 1 - I>(t, work, out), ...);
         }
         (std::make_integer_sequence<int, plan.passCount>());
-        timeInverse<plan.timeRadix>(t.timeTwiddles, work, out, points);
+        timeInverse<Layout, plan.timeRadix>(t.timeTwiddles, work, out, points);
     }
     /// Pass I leads from `work` to `out` when I is even and back when it is odd.
     template <int Order, int I>
@@ -127,61 +119,37 @@ struct CTransform {
 
     // Butterflies -------------------------------------------------------------------------------
 
-    enum class Turn { Forward, Inverse };
-
-    /// -i * a forward, i * a inverse.
-    template <Turn turn>
-    static P quarterTurn(P a) {
-        if constexpr (turn == Turn::Forward) return {a.im, -a.re};
-        return {-a.im, a.re};
-    }
-    /// a * w forward, a * conj(w) inverse.
-    template <Turn turn>
-    static P times(P a, V wr, V wi) {
-        if constexpr (turn == Turn::Forward)
-            return {mulSub(a.re, wr, a.im * wi), mulAdd(a.re, wi, a.im * wr)};
-        return {mulAdd(a.re, wr, a.im * wi), mulSub(a.im, wr, a.re * wi)};
-    }
     template <Turn turn>
     static void butterfly4(P (&x)[4]) {
         const P s02 = x[0] + x[2], d02 = x[0] - x[2];
         const P s13 = x[1] + x[3], d13 = x[1] - x[3];
         x[0] = s02 + s13;
         x[2] = s02 - s13;
-        // The quarter turn of d13 is written into the sums: no sign has to be changed.
-        const P plus = {d02.re + d13.im, d02.im - d13.re};
-        const P minus = {d02.re - d13.im, d02.im + d13.re};
-        x[1] = turn == Turn::Forward ? plus : minus;
-        x[3] = turn == Turn::Forward ? minus : plus;
+        x[1] = P::template plusQuarter<turn>(d02, d13);
+        x[3] = P::template plusQuarter<opposite(turn)>(d02, d13);
     }
     template <Turn turn>
     static void butterfly8(P (&x)[8]) {
         P even[4] = {x[0] + x[4], x[1] + x[5], x[2] + x[6], x[3] + x[7]};
-        P odd[4] = {x[0] - x[4], x[1] - x[5], x[2] - x[6], x[3] - x[7]};
+        const P odd[4] = {x[0] - x[4], x[1] - x[5], x[2] - x[6], x[3] - x[7]};
         butterfly4<turn>(even);
         x[0] = even[0];
         x[2] = even[1];
         x[4] = even[2];
         x[6] = even[3];
-        // The odd half is turned by the eighths of the circle before its butterfly.
-        const V h = V::broadcast(0.70710678118654752440);
-        const P a = odd[1], b = odd[3];
-        const P s =
-            turn == Turn::Forward ? P{a.re + a.im, a.im - a.re} : P{a.re - a.im, a.im + a.re};
-        const P d =
-            turn == Turn::Forward ? P{b.im - b.re, b.re + b.im} : P{b.re + b.im, b.re - b.im};
-        // odd[1] becomes h * s and odd[3] h * (d.re, -d.im), conjugated in the inverse.
-        const P sum =
-            turn == Turn::Forward ? P{s.re + d.re, s.im - d.im} : P{s.re - d.re, s.im + d.im};
-        const P dif =
-            turn == Turn::Forward ? P{s.re - d.re, s.im + d.im} : P{s.re + d.re, s.im - d.im};
-        const P q = quarterTurn<turn>(odd[2]);
-        const P s02 = odd[0] + q, d02 = odd[0] - q;
-        x[1] = {mulAdd(h, sum.re, s02.re), mulAdd(h, sum.im, s02.im)};
-        x[5] = {negMulAdd(h, sum.re, s02.re), negMulAdd(h, sum.im, s02.im)};
-        const P t = quarterTurn<turn>(dif);
-        x[3] = {mulAdd(h, t.re, d02.re), mulAdd(h, t.im, d02.im)};
-        x[7] = {negMulAdd(h, t.re, d02.re), negMulAdd(h, t.im, d02.im)};
+        // The odd half is turned by the eighths of the circle before its butterfly: odd[1] becomes
+        // h * one and odd[3] becomes -h * three.
+        constexpr Turn back = opposite(turn);
+        constexpr double h = 0.70710678118654752440;
+        const P one = P::template plusQuarter<turn>(odd[1], odd[1]);
+        const P three = P::template plusQuarter<back>(odd[3], odd[3]);
+        const P sum = one - three, dif = one + three;
+        const P s02 = P::template plusQuarter<turn>(odd[0], odd[2]);
+        const P d02 = P::template plusQuarter<back>(odd[0], odd[2]);
+        x[1] = P::plusScaled(s02, h, sum);
+        x[5] = P::minusScaled(s02, h, sum);
+        x[3] = P::template plusScaledQuarter<turn>(d02, h, dif);
+        x[7] = P::template plusScaledQuarter<back>(d02, h, dif);
     }
     template <Turn turn, int Radix>
     static void butterfly(P (&x)[Radix]) {
@@ -194,44 +162,40 @@ struct CTransform {
     // Time pass: interleaved points to blocks, stride 1 -------------------------------------------
 
     template <int Radix, class Size>
-    static void timeForward(const double* w, const double* in, double* out, Size points) {
+    static void timeForward(const double* w, const double* lower, const double* upper, double* out,
+                            Size points) {
         const int leg = points / Radix;
         for (int p = 0; p < leg; p += 4, w += 8 * (Radix - 1)) {
             P x[Radix];
-            for (int j = 0; j < Radix; j++) V::loadPairs(in + 2 * (p + j * leg), x[j].re, x[j].im);
+            for (int j = 0; j < Radix / 2; j++) {
+                x[j] = P::loadPairs(lower + 2 * (p + j * leg));
+                x[j + Radix / 2] = P::loadPairs(upper + 2 * (p + j * leg));
+            }
             butterfly<Turn::Forward>(x);
             for (int k = 1; k < Radix; k++) x[k] = turned<Turn::Forward>(x[k], w + 8 * (k - 1));
             double* place = out + 2 * Radix * p;
-            for (int k = 0; k < Radix; k += 4, place += 8) {
-                V::template storeTransposed<2 * Radix>(place, x[k].re, x[k + 2].re, x[k + 1].re,
-                                                       x[k + 3].re);
-                V::template storeTransposed<2 * Radix>(place + 4, x[k].im, x[k + 2].im, x[k + 1].im,
-                                                       x[k + 3].im);
-            }
+            for (int k = 0; k < Radix; k += 4, place += 8)
+                P::template storeTransposed<2 * Radix>(place, x + k);
         }
     }
-    template <int Radix, class Size>
+    template <class Layout, int Radix, class Size>
     static void timeInverse(const double* w, const double* in, double* out, Size points) {
         const int leg = points / Radix;
         for (int p = 0; p < leg; p += 4, w += 8 * (Radix - 1)) {
             P x[Radix];
             const double* place = in + 2 * Radix * p;
-            for (int k = 0; k < Radix; k += 4, place += 8) {
-                V::template loadTransposed<2 * Radix>(place, x[k].re, x[k + 2].re, x[k + 1].re,
-                                                      x[k + 3].re);
-                V::template loadTransposed<2 * Radix>(place + 4, x[k].im, x[k + 2].im, x[k + 1].im,
-                                                      x[k + 3].im);
-            }
+            for (int k = 0; k < Radix; k += 4, place += 8)
+                P::template loadTransposed<2 * Radix>(place, x + k);
             for (int k = 1; k < Radix; k++) x[k] = turned<Turn::Inverse>(x[k], w + 8 * (k - 1));
             butterfly<Turn::Inverse>(x);
-            for (int j = 0; j < Radix; j++)
-                V::storePairs(out + 2 * (p + j * leg), x[j].re, x[j].im);
+            constexpr int kKept = Layout::kIsLowerHalfEnough ? Radix / 2 : Radix;
+            for (int j = 0; j < kKept; j++) x[j].storePairs(out + 2 * (p + j * leg));
         }
     }
     /// Four points by the four roots of a block.
     template <Turn turn>
     static P turned(P a, const double* roots) {
-        return times<turn>(a, V::load(roots), V::load(roots + 4));
+        return a.template times<turn>(P::loadRoots(roots));
     }
 
     // Inner passes -------------------------------------------------------------------------------
@@ -277,7 +241,7 @@ struct CTransform {
     /// Four points by one root.
     template <Turn turn>
     static P turnedByOne(P a, const double* root) {
-        return times<turn>(a, V::broadcast(root[0]), V::broadcast(root[1]));
+        return a.template times<turn>(P::broadcastRoot(root));
     }
 
     // Split pass ---------------------------------------------------------------------------------
@@ -290,27 +254,24 @@ struct CTransform {
     /// Bins from a point and its partner; `turned` is their difference (z - conj(partner)) times
     /// (-i / 2) times the root of the bin.
     static void separate(P z, P partner, P turned, P& bin, P& mirror) {
-        const V half = V::broadcast(0.5);
-        const P sum = {z.re + partner.re, z.im - partner.im};
-        bin = {mulAdd(half, sum.re, turned.re), mulAdd(half, sum.im, turned.im)};
-        mirror = {mulSub(half, sum.re, turned.re), negMulAdd(half, sum.im, turned.im)};
+        const P sum = P::plusConjugate(z, partner);
+        bin = P::plusScaled(turned, 0.5, sum);
+        mirror = P::conjugateOfHalfMinus(sum, turned);
     }
     /// The way back, giving twice the points.
     static void join(P bin, P mirror, P turned, P& z, P& partner) {
-        const V two = V::broadcast(2.0);
-        const P sum = {bin.re + mirror.re, bin.im - mirror.im};
-        z = {mulAdd(two, turned.re, sum.re), mulAdd(two, turned.im, sum.im)};
-        partner = {negMulAdd(two, turned.re, sum.re), mulSub(two, turned.im, sum.im)};
+        const P sum = P::plusConjugate(bin, mirror);
+        z = P::plusScaled(sum, 2.0, turned);
+        partner = P::conjugateOfMinusTwice(sum, turned);
     }
-    static P difference(P z, P partner) { return {z.re - partner.re, z.im + partner.im}; }
     /// The difference of leg k turned by the roots of a block; those of legs 2 and 3 are -i times
     /// those of legs 0 and 1.
     template <Turn turn>
     static P turnedLeg(P z, P partner, const double* roots, int leg) {
-        constexpr Turn back = turn == Turn::Forward ? Turn::Inverse : Turn::Forward;
-        const P root = P::load(roots + 8 * (leg & 1));
-        const P dif = difference(z, partner);
-        return leg < 2 ? times<turn>(dif, root.re, root.im) : times<back>(dif, root.im, root.re);
+        const Roots root = P::loadRoots(roots + 8 * (leg & 1));
+        const P dif = P::minusConjugate(z, partner);
+        return leg < 2 ? dif.template times<turn>(root)
+                       : dif.template times<opposite(turn)>(Roots{root.im, root.re});
     }
 
     template <class Layout, class Size>
@@ -333,8 +294,7 @@ struct CTransform {
             butterfly4<Turn::Forward>(high);
             for (int k = 0; k < 4; k++) {
                 P bin, mirror;
-                const P partner = {V::mirror(high[3 - k].re, last[3 - k].re),
-                                   V::mirror(high[3 - k].im, last[3 - k].im)};
+                const P partner = P::mirrored(high[3 - k], last[3 - k]);
                 separate(low[k], partner,
                          turnedLeg<Turn::Forward>(low[k], partner, roots + 16 * b, k), bin, mirror);
                 Layout::storeBins(out, points, b + k * blocks, bin, mirror);
@@ -348,9 +308,8 @@ struct CTransform {
     static void middleForward(const CTransformTables& t, const P (&legs)[4], double* out,
                               Size points) {
         P bin, mirror;
-        const P z = {V::firstLanes(legs[0].re, legs[2].re, legs[1].re, legs[3].re),
-                     V::firstLanes(legs[0].im, legs[2].im, legs[1].im, legs[3].im)};
-        const P partner = {z.re.reversed(), z.im.reversed()};
+        const P z = P::gatherFirst(legs);
+        const P partner = z.reversed();
         separate(z, partner, turnedLeg<Turn::Forward>(z, partner, t.middleTwiddles, 0), bin,
                  mirror);
         Layout::storeMiddle(out, points, bin);
@@ -363,8 +322,7 @@ struct CTransform {
         butterfly4<Turn::Forward>(x);
         P bin, mirror;
         for (int k = 0; k < 2; k++) {
-            const P partner = {V::mirror(x[3 - k].re, x[(4 - k) & 3].re),
-                               V::mirror(x[3 - k].im, x[(4 - k) & 3].im)};
+            const P partner = P::mirrored(x[3 - k], x[(4 - k) & 3]);
             separate(x[k], partner, turnedLeg<Turn::Forward>(x[k], partner, t.splitTwiddles, k),
                      bin, mirror);
             Layout::storeBins(out, 16, k, bin, mirror);
@@ -396,24 +354,15 @@ struct CTransform {
                 join(bin, mirror, turnedLeg<Turn::Inverse>(bin, mirror, roots + 16 * b, k), low[k],
                      partner);
                 // Lane 0 completes the block of the step before.
-                if (b > 0)
-                    high[3 - k] = {V::withFirst(high[3 - k].re, partner.re),
-                                   V::withFirst(high[3 - k].im, partner.im)};
-                next[3 - k] = {partner.re.unmirrored(), partner.im.unmirrored()};
+                if (b > 0) high[3 - k] = P::withFirst(high[3 - k], partner);
+                next[3 - k] = partner.unmirrored();
             }
             if (b > 0) finishHigh(out + 8 * (blocks - b), blocks, high);
             butterfly4<Turn::Inverse>(low);
             storeLegs(out + 8 * b, blocks, low);
             for (int k = 0; k < 4; k++) high[k] = next[k];
         }
-        alignas(32) double re[4], im[4];
-        middle.re.store(re);
-        middle.im.store(im);
-        for (int k = 0; k < 4; k++) {
-            constexpr int kLaneOfLeg[4] = {0, 2, 1, 3};
-            high[k] = {V::withFirst(high[k].re, V::broadcast(re[kLaneOfLeg[k]])),
-                       V::withFirst(high[k].im, V::broadcast(im[kLaneOfLeg[k]]))};
-        }
+        middle.scatterFirst(high);
         finishHigh(out + 8 * (blocks / 2), blocks, high);
     }
     static void finishHigh(double* out, int blocks, P (&x)[4]) {
@@ -424,7 +373,7 @@ struct CTransform {
     static P middleInverse(const CTransformTables& t, const double* in, Size points) {
         P z, partner;
         const P bin = Layout::loadMiddle(in, points);
-        const P mirror = {bin.re.reversed(), bin.im.reversed()};
+        const P mirror = bin.reversed();
         join(bin, mirror, turnedLeg<Turn::Inverse>(bin, mirror, t.middleTwiddles, 0), z, partner);
         return z;
     }
@@ -441,10 +390,8 @@ struct CTransform {
         join(centre, centre, turnedLeg<Turn::Inverse>(centre, centre, t.middleTwiddles, 0), middle,
              ignored);
         // Points 12 and 8, lane 0 of legs 3 and 2: the partner of leg 1's lane 0 and the middle.
-        x[3] = {V::withFirst(partner[0].re.unmirrored(), partner[1].re),
-                V::withFirst(partner[0].im.unmirrored(), partner[1].im)};
-        x[2] = {V::withFirst(partner[1].re.unmirrored(), middle.re),
-                V::withFirst(partner[1].im.unmirrored(), middle.im)};
+        x[3] = P::withFirst(partner[0].unmirrored(), partner[1]);
+        x[2] = P::withFirst(partner[1].unmirrored(), middle);
         butterfly4<Turn::Inverse>(x);
         storeLegs(out, 1, x);
     }
@@ -453,62 +400,56 @@ struct CTransform {
 /// The packed spectrum of the service's border. Blocks of bins M - 4 * block and downwards go value
 /// by value in pairs of 16 bytes: that turns them round on the way, and no access crosses a cache
 /// line.
-template <class V>
+template <class P>
 struct CPackedLayout {
-    using P = CPoints<V>;
+    static constexpr bool kIsLowerHalfEnough = false;
 
     /// bin: bins 4 * block to 4 * block + 3; mirror: bins M - 4 * block down to M - 4 * block - 3.
     /// The mirror of bin 0 is bin N / 2, whose value is kept beside that of bin 0.
     static void storeBins(double* out, int points, int block, P bin, P mirror) {
         double* const top = out + 2 * points - 8 * block;
-        V::storePoints(block > 0 ? top : out, top - 2, -2, mirror.re, mirror.im);
-        if (block == 0) bin.im = V::withFirst(bin.im, mirror.re);
-        V::storePairs(out + 8 * block, bin.re, bin.im);
+        mirror.storePoints(block > 0 ? top : out, top - 2, -2);
+        if (block == 0) bin = P::withEndsJoined(bin, mirror);
+        bin.storePairs(out + 8 * block);
     }
     static void loadBins(const double* in, int points, int block, P& bin, P& mirror) {
         const double* const top = in + 2 * points - 8 * block;
-        V::loadPairs(in + 8 * block, bin.re, bin.im);
-        V::loadPoints(block > 0 ? top : in, top - 2, -2, mirror.re, mirror.im);
-        if (block > 0) return;
-        const V zero = V::broadcast(0.0);
-        mirror = {V::withFirst(mirror.re, bin.im), V::withFirst(mirror.im, zero)};
-        bin.im = V::withFirst(bin.im, zero);
+        bin = P::loadPairs(in + 8 * block);
+        mirror = P::loadPoints(block > 0 ? top : in, top - 2, -2);
+        if (block == 0) P::partEnds(bin, mirror);
     }
     /// Bins s / 2 + k s; when M is 16, bin M / 2 alone, in lane 0.
     static void storeMiddle(double* out, int points, P bin) {
         double* const place = out + points / 4;
         if (points > 16)
-            V::storePoints(place, place + points / 2, points / 2, bin.re, bin.im);
+            bin.storePoints(place, place + points / 2, points / 2);
         else
-            V::storePoint(out + points, bin.re, bin.im);
+            bin.storeFirst(out + points);
     }
     static P loadMiddle(const double* in, int points) {
-        P bin;
         const double* const place = in + points / 4;
-        if (points > 16)
-            V::loadPoints(place, place + points / 2, points / 2, bin.re, bin.im);
-        else
-            V::loadPoints(in + points, in + points, 0, bin.re, bin.im);
-        return bin;
+        return points > 16 ? P::loadPoints(place, place + points / 2, points / 2)
+                           : P::loadPoints(in + points, in + points, 0);
     }
 };
 
 /// The blocked spectrum: what the split pass makes, stored as it is. A few bins stand twice, which
-/// costs nothing and lets the products run over the whole array without a special case.
-template <class V>
+/// costs nothing and lets the products run over the whole array without a special case. Of the
+/// samples overlap-save wants the lower half.
+template <class P>
 struct CBlockedLayout {
-    using P = CPoints<V>;
+    static constexpr bool kIsLowerHalfEnough = true;
 
     static void storeBins(double* out, int points, int block, P bin, P mirror) {
-        bin.store(out + 8 * block);
-        mirror.store(out + 8 * (points / 4 - 1 - block));
+        bin.storeBlock(out + 8 * block);
+        mirror.storeBlock(out + 8 * (points / 4 - 1 - block));
     }
     static void loadBins(const double* in, int points, int block, P& bin, P& mirror) {
-        bin = P::load(in + 8 * block);
-        mirror = P::load(in + 8 * (points / 4 - 1 - block));
+        bin = P::loadBlock(in + 8 * block);
+        mirror = P::loadBlock(in + 8 * (points / 4 - 1 - block));
     }
-    static void storeMiddle(double* out, int points, P bin) { bin.store(out + 2 * points); }
-    static P loadMiddle(const double* in, int points) { return P::load(in + 2 * points); }
+    static void storeMiddle(double* out, int points, P bin) { bin.storeBlock(out + 2 * points); }
+    static P loadMiddle(const double* in, int points) { return P::loadBlock(in + 2 * points); }
 };
 
 } // namespace lum

@@ -14,6 +14,7 @@ std::atomic<const CVectorCode*> codeInUse{nullptr};
 
 const CVectorCode& vectorCodeOf(platform::CpuLevel level) noexcept {
 #if defined(__x86_64__)
+    if (level >= platform::CpuLevel::Avx512) return kVectorCodeAvx512;
     if (level >= platform::CpuLevel::Avx2) return kVectorCodeAvx2;
 #endif
     (void)level;

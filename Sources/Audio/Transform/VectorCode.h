@@ -17,8 +17,10 @@ struct CVectorCode {
     // Transforms: `in` may be `out`; `work` is scratch of N values. Nothing is scaled.
     void (*forward)(const CTransformTables& tables, const double* in, double* out, double* work);
     void (*inverse)(const CTransformTables& tables, const double* in, double* out, double* work);
-    void (*forwardBlocked)(const CTransformTables& tables, const double* in, double* out,
-                           double* work);
+    /// lower, upper: the halves of the samples.
+    void (*forwardBlocked)(const CTransformTables& tables, const double* lower, const double* upper,
+                           double* out, double* work);
+    /// Makes the lower half of the samples; the upper half of `out` is scratch.
     void (*inverseBlocked)(const CTransformTables& tables, const double* in, double* out,
                            double* work);
 

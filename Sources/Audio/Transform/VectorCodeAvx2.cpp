@@ -14,6 +14,7 @@ namespace {
 /// Four lanes in an AVX2 register, with fused multiply-adds. In this namespace without a name, so
 /// that no function compiled for AVX2 is ever linked into code for other processors.
 struct CVec4 {
+    static constexpr int kLanes = 4;
     __m256d v;
 
     static CVec4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
@@ -28,10 +29,15 @@ struct CVec4 {
     friend CVec4 operator+(CVec4 a, CVec4 b) { return {_mm256_add_pd(a.v, b.v)}; }
     friend CVec4 operator-(CVec4 a, CVec4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
     friend CVec4 operator*(CVec4 a, CVec4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
-    CVec4 operator-() const { return {_mm256_xor_pd(v, _mm256_set1_pd(-0.0))}; }
     friend CVec4 mulAdd(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fmadd_pd(a.v, b.v, c.v)}; }
     friend CVec4 mulSub(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fmsub_pd(a.v, b.v, c.v)}; }
     friend CVec4 negMulAdd(CVec4 a, CVec4 b, CVec4 c) { return {_mm256_fnmadd_pd(a.v, b.v, c.v)}; }
+
+    double sumOfLanes() const {
+        alignas(32) double lanes[4];
+        store(lanes);
+        return (lanes[0] + lanes[1]) + (lanes[2] + lanes[3]);
+    }
 
     static void loadPairs(const double* p, CVec4& re, CVec4& im) {
         const __m256d first = _mm256_loadu_pd(p), second = _mm256_loadu_pd(p + 4);
@@ -89,15 +95,16 @@ struct CVec4 {
     }
 };
 
-using CPasses = CTransform<CVec4, 9>; // orders 5 to 13
-using CPacked = CPackedLayout<CVec4>;
-using CBlocked = CBlockedLayout<CVec4>;
-using CLoops = CSpectrumLoops<CVec4>;
+using CFourPoints = CPoints<CVec4>;
+using CPasses = CTransform<CFourPoints, 9>; // orders 5 to 13
+using CPacked = CPackedLayout<CFourPoints>;
+using CBlocked = CBlockedLayout<CFourPoints>;
+using CLoops = CSpectrumLoops<CFourPoints>;
 
 } // namespace
 
 const CVectorCode kVectorCodeAvx2 = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
+    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
     &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };

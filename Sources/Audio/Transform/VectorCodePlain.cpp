@@ -9,6 +9,7 @@ namespace {
 /// Four lanes in plain C++, without fused multiply-adds. The lanes of a block of pairs stand in the
 /// order 0, 2, 1, 3, as in the vector code.
 struct CVec4 {
+    static constexpr int kLanes = 4;
     double v[4];
 
     static CVec4 load(const double* p) { return {{p[0], p[1], p[2], p[3]}}; }
@@ -26,10 +27,11 @@ struct CVec4 {
     friend CVec4 operator*(const CVec4& a, const CVec4& b) {
         return {{a.v[0] * b.v[0], a.v[1] * b.v[1], a.v[2] * b.v[2], a.v[3] * b.v[3]}};
     }
-    CVec4 operator-() const { return {{-v[0], -v[1], -v[2], -v[3]}}; }
     friend CVec4 mulAdd(const CVec4& a, const CVec4& b, const CVec4& c) { return a * b + c; }
     friend CVec4 mulSub(const CVec4& a, const CVec4& b, const CVec4& c) { return a * b - c; }
     friend CVec4 negMulAdd(const CVec4& a, const CVec4& b, const CVec4& c) { return c - a * b; }
+
+    double sumOfLanes() const { return (v[0] + v[1]) + (v[2] + v[3]); }
 
     static void loadPairs(const double* p, CVec4& re, CVec4& im) {
         re = {{p[0], p[4], p[2], p[6]}};
@@ -93,15 +95,16 @@ struct CVec4 {
     }
 };
 
-using CPasses = CTransform<CVec4, 0>;
-using CPacked = CPackedLayout<CVec4>;
-using CBlocked = CBlockedLayout<CVec4>;
-using CLoops = CSpectrumLoops<CVec4>;
+using CFourPoints = CPoints<CVec4>;
+using CPasses = CTransform<CFourPoints, 0>;
+using CPacked = CPackedLayout<CFourPoints>;
+using CBlocked = CBlockedLayout<CFourPoints>;
+using CLoops = CSpectrumLoops<CFourPoints>;
 
 } // namespace
 
 const CVectorCode kVectorCodePlain = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forward<CBlocked>,
+    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
     &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
     &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
 };

@@ -8,7 +8,8 @@ namespace lum {
 
 extern const CVectorCode kVectorCodePlain;
 #if defined(__x86_64__)
-extern const CVectorCode kVectorCodeAvx2; // runs only where the processor has AVX2 and FMA
+extern const CVectorCode kVectorCodeAvx2;   // runs only where the processor has AVX2 and FMA
+extern const CVectorCode kVectorCodeAvx512; // with AVX-512 F, DQ and VL
 #endif
 
 } // namespace lum
