@@ -190,6 +190,8 @@ TEST_F(Registry, aRefusedStateLeavesEverythingAsItWas) {
     };
     registry().setCurrentProgram(3, nullptr);
     set("bypass-enable", 1.0);
+    registry().activateFactoryPreset(1); // a step of history
+    auto& undo = *wrapper->getInstanceRoot()->findAs<CAudioParamUndo>("plugin.interface-base");
     const CByteBuffer before = chunk(false);
     for (const auto& [damage, message] : rows) {
         CAudioPreset preset = capture();
@@ -204,6 +206,11 @@ TEST_F(Registry, aRefusedStateLeavesEverythingAsItWas) {
         bytes = bytesOf(bank);
         EXPECT_TRUE(wrapper->setState(bytes.data(), bytes.size(), false, false)) << message;
         EXPECT_EQ(chunk(false), before) << message;
+        CVector<CString> steps;
+        int position = 0;
+        undo.getHistoryNames(steps, position);
+        EXPECT_EQ(steps.size(), 2u) << message;
+        EXPECT_EQ(position, 1) << message;
     }
 }
 
