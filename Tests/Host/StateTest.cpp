@@ -163,6 +163,23 @@ TEST(State, aProgramChangeReachesTheHostsParameters) {
     told.clear();
 }
 
+/// What the host did itself it need not look up again.
+TEST(State, theHostIsAskedToLookOnlyAtWhatItDidNotDo) {
+    HostModel& host = HostModel::current();
+    const HostModel saved = host;
+    Instance instance;
+    const Bytes bank = chunkOf(instance, false);
+    int displays = 0;
+    host.heard = [&](int32_t opcode) { displays += opcode == kHostUpdateDisplay; };
+    char name[] = "Mine";
+    instance.send(kEffectSetProgram, 0, 4);
+    instance.send(kEffectSetProgramName, 0, 0, name);
+    EXPECT_EQ(displays, 0);
+    ASSERT_EQ(give(instance, false, bank), 1);
+    EXPECT_GT(displays, 0) << "the names have changed";
+    host = saved;
+}
+
 TEST(State, namesAreCutWhereTheyAreShown) {
     Instance instance;
     char longName[] = "A name of more than twenty-three characters";
