@@ -6,6 +6,7 @@
 #include "Core/CMemoryReader.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -26,6 +27,8 @@ CErrorResult printEntry(const CString& key, const CByteBuffer& block) {
     CAudioParamFormat format;
     format.elementSize = head[1];
     format.dataType = static_cast<ParamDataType>(head[2]);
+    if (!isValid(format))
+        return LUM_FAIL("Unknown storage format (esize=%1, dtype=%2).", head[1], head[2]);
     CAudioParamStorage values;
     values.setFormat(format);
     LUM_TRY(values.load(reader));
@@ -120,7 +123,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::ifstream file(argv[1], std::ios::binary);
-    if (!file) {
+    if (!file || std::filesystem::is_directory(argv[1])) {
         std::fprintf(stderr, "%s: cannot be read\n", argv[1]);
         return 1;
     }

@@ -28,6 +28,7 @@ endfunction()
 
 lum_fuzz(CSV lum_other)
 lum_fuzz(ImageSet lum_other)
+lum_fuzz(Palette lum_other)
 lum_fuzz(Font lum_other)
 lum_fuzz(ZlibBlock lum_core)
 lum_fuzz(LZ4Block lum_core)

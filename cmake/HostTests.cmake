@@ -9,9 +9,9 @@ add_executable(tests_hostprogram ${LUM_HOST_TESTS})
 target_include_directories(tests_hostprogram PRIVATE ${CMAKE_SOURCE_DIR}/Tests)
 target_compile_definitions(tests_hostprogram PRIVATE
   LUM_TEST_PLUGIN="$<TARGET_FILE:test_plugin>" LUM_HOST_PROGRAM="$<TARGET_FILE:sorrel-host>"
-  LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>")
+  LUM_DUMP_PROGRAM="$<TARGET_FILE:sorrel-dump>" LUM_PLUGIN="$<TARGET_FILE:SorrelGEQ>")
 target_link_libraries(tests_hostprogram PRIVATE host_program GTest::gtest GTest::gtest_main)
-add_dependencies(tests_hostprogram test_plugin sorrel-host SorrelGEQ)
+add_dependencies(tests_hostprogram test_plugin sorrel-host sorrel-dump SorrelGEQ)
 gtest_discover_tests(tests_hostprogram DISCOVERY_MODE PRE_TEST)
 
 # Left out of sanitizer builds with the guard.

@@ -13,13 +13,6 @@ constexpr uint32_t kStorageVersion = 1;
 static_assert(kMaxParamGroupValues * sizeof(double) <= pool::kLargestBlock);
 static_assert(kMaxParamGroups * sizeof(CParamValues) <= pool::kLargestBlock);
 
-bool isValid(const CAudioParamFormat& format) {
-    if (format.elementSize < 1 || format.elementSize > kMaxParamGroupValues) return false;
-    if (format.isFloat()) return true;
-    return format.elementSize == 1 &&
-           (format.dataType == ParamDataType::String || format.dataType == ParamDataType::Raw);
-}
-
 /// Whether a declared count can be: within the limit of a group and within the bytes left.
 bool isPlausibleCount(CInputStream& stream, uint32_t count, const CAudioParamFormat& format) {
     int64_t numbers = static_cast<int64_t>(count) * format.elementSize;
@@ -52,6 +45,13 @@ CErrorResult readNumbers(CInputStream& stream, CVector<double, N>& out, bool isF
 }
 
 } // namespace
+
+bool isValid(const CAudioParamFormat& format) {
+    if (format.elementSize < 1 || format.elementSize > kMaxParamGroupValues) return false;
+    if (format.isFloat()) return true;
+    return format.elementSize == 1 &&
+           (format.dataType == ParamDataType::String || format.dataType == ParamDataType::Raw);
+}
 
 // Reading and state
 

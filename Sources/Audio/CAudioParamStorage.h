@@ -23,6 +23,8 @@ struct CAudioParamFormat {
     bool isFloat() const { return dataType == ParamDataType::Float; }
     friend bool operator==(const CAudioParamFormat&, const CAudioParamFormat&) = default;
 };
+/// Whether there are values of such a format; what comes from outside may name any.
+bool isValid(const CAudioParamFormat& format);
 
 using CParamValues = CVector<double, 8>; // [elementCount * elementSize], numbers or ids
 

@@ -4,6 +4,7 @@
 #include "Audio/CAudioGraphSwitch.h"
 #include "Audio/CAudioInterfaceDataProvider.h"
 #include "Audio/CAudioRoutingInfoProvider.h"
+#include "Audio/CPackedState.h"
 #include "Core/CObject.h"
 
 namespace lum {
@@ -14,7 +15,6 @@ class CAudioExtParamList;
 class CAudioInterfaceBase;
 class CAudioParamRegistry;
 class CAudioVizCollector;
-class CByteBuffer;
 
 /// Kinds of a queued event.
 enum class AudioEventKind : int32_t { Midi = 0, Param = 1 };
@@ -263,6 +263,8 @@ private:
     CGraphCall graphCall{*this};
     std::atomic<bool> wantsGraph{false}; // the structure may have changed
     CMap<std::pair<const CAudioParam*, int32_t>, int32_t> exposedIndices; // by parameter and place
+
+    CPackedState packedState;
 
     bool isTailDeclared = false;
     double tailSeconds = 0.0;

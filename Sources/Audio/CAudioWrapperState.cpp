@@ -20,7 +20,6 @@ namespace {
 constexpr double kDefaultWidth = 400.0; // pixels, where the product declares no size
 constexpr double kDefaultHeight = 300.0;
 constexpr int kMostSettling = 2000; // blocks in which the fades of a resume run out; a few will do
-constexpr size_t kStatePrefix = 16; // reserved bytes in front of a host's chunk
 
 } // namespace
 
@@ -267,11 +266,7 @@ CErrorResult CAudioWrapper::getState(CByteBuffer& out, bool isPreset, bool withP
         LUM_TRY(paramRegistry->acquireBank(false, payload));
     payload.getBytes(out);
     if (!withPrefix) return nullptr;
-    CWriteSeqBuffer chunk;
-    const uint8_t reserved[kStatePrefix] = {};
-    LUM_TRY(chunk.write(reserved, kStatePrefix));
-    LUM_TRY(chunk.writeCompressedData(out, isPreset ? kPresetBlock : kBankBlock));
-    chunk.getBytes(out);
+    LUM_TRY(packedState.pack(out, isPreset ? kPresetBlock : kBankBlock));
     return nullptr;
 }
 
@@ -279,12 +274,12 @@ CErrorResult CAudioWrapper::setState(const void* data, size_t size, bool isPrese
                                      bool withPrefix) {
     CByteBuffer payload;
     if (withPrefix) {
-        if (size <= kStatePrefix) return nullptr;
+        if (size <= CPackedState::kPrefix) return nullptr;
         if (size > INT32_MAX)
             return LUM_FAIL("@lumstr_CAudioWrapper_setState_TooLong State of %1 bytes is too long.",
                             size);
-        CMemoryReader chunk(static_cast<const uint8_t*>(data) + kStatePrefix,
-                            static_cast<int32_t>(size - kStatePrefix));
+        CMemoryReader chunk(static_cast<const uint8_t*>(data) + CPackedState::kPrefix,
+                            static_cast<int32_t>(size - CPackedState::kPrefix));
         LUM_TRY(chunk.readCompressedData(payload, isPreset ? kPresetBlock : kBankBlock));
     } else {
         payload.assign(data, size);

@@ -1,14 +1,32 @@
 #include "Core/CAtomicFileWriter.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <string_view>
+#include <utility>
 
 namespace lum {
 
 namespace {
 
 constexpr int kNameTries = 100;
+
+// Nobody else gives a file such a name: what bears it and is claimed by no process is a leftover.
+constexpr std::string_view kNameHead = ".lumeron-write-";
+constexpr std::string_view kNameTail = ".tmp";
+
+bool isTemporaryName(const std::string& name) {
+    if (!name.starts_with(kNameHead) || !name.ends_with(kNameTail)) return false;
+    if (name.size() <= kNameHead.size() + kNameTail.size()) return false;
+    return std::all_of(name.begin() + kNameHead.size(), name.end() - kNameTail.size(),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
+std::string folderOf(const std::string& path) {
+    return path.substr(0, path.rfind('/') + 1); // empty for the present folder
+}
 
 /// A name in the same folder that others hardly take; the exclusive creation of the file decides.
 /// It is short whatever the file's name, so that every name the system takes can be written.
@@ -17,8 +35,7 @@ std::string besideName(const std::string& path) {
     const auto ticks =
         static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
     const uint64_t mixed = (ticks + (counter.fetch_add(1) << 20)) * 0x9E3779B97F4A7C15u;
-    const std::string folder = path.substr(0, path.rfind('/') + 1); // empty for the present folder
-    return folder + "." + std::to_string(mixed >> 20) + ".tmp";
+    return folderOf(path).append(kNameHead).append(std::to_string(mixed >> 20)).append(kNameTail);
 }
 
 } // namespace
@@ -41,14 +58,28 @@ int CAtomicFileWriter::openBeside(const std::string& path) {
     // What cannot be replaced would only be noticed when it is too late to tell in the usual words.
     int code = platform::findReplaced(path, targetPath);
     if (code != 0) return code;
-    for (int i = 0; i < kNameTries; i++) {
-        std::string beside = besideName(targetPath);
-        code = platform::openFile(beside, platform::FileMode::CreateNew, handle);
-        if (code == 0) temporaryPath = std::move(beside);
-        if (code != EEXIST) break;
-    }
-    if (code != 0) handle = platform::kNoFile;
+    code = EEXIST;
+    for (int i = 0; i < kNameTries && code == EEXIST; i++) code = createClaimed();
     return code;
+}
+
+/// EEXIST when another name is to be tried.
+int CAtomicFileWriter::createClaimed() {
+    std::string beside = besideName(targetPath);
+    int code = platform::openFile(beside, platform::FileMode::CreateNew, handle);
+    if (code != 0) return code;
+    code = platform::claimFile(handle, claim);
+    if (code != 0) {
+        platform::closeFile(std::exchange(handle, platform::kNoFile));
+        if (code != EEXIST) platform::removeFile(beside);
+        return code;
+    }
+    temporaryPath = std::move(beside);
+    return 0;
+}
+
+void CAtomicFileWriter::dropClaim() {
+    if (claim != platform::kNoFile) platform::closeFile(std::exchange(claim, platform::kNoFile));
 }
 
 CErrorResult CAtomicFileWriter::commit() {
@@ -58,6 +89,8 @@ CErrorResult CAtomicFileWriter::commit() {
         return addError(std::move(failure), __FILE__, __LINE__, traceName());
     }
     temporaryPath.clear();
+    dropClaim();
+    platform::removeUnclaimed(folderOf(targetPath), &isTemporaryName);
     return {};
 }
 
@@ -77,6 +110,7 @@ void CAtomicFileWriter::cancel() {
     logAndDropError(close());
     platform::removeFile(temporaryPath); // may have failed with the disk; there is nothing to add
     temporaryPath.clear();
+    dropClaim();
 }
 
 } // namespace lum

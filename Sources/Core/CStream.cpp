@@ -4,9 +4,11 @@
 #include "Core/CZipStream.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <lz4.h>
 #include <lz4hc.h>
+#include <string_view>
 
 namespace lum {
 
@@ -66,6 +68,13 @@ private:
     int64_t used = 0;
     uint8_t block[kTextBlock];
 };
+
+/// Whether the text is UTF-8 as it stands, as all names of parameters are.
+bool isAscii(const CString& text) {
+    if (text.isWide()) return false;
+    const std::string_view letters(text.text8());
+    return std::ranges::all_of(letters, [](char c) { return (c & 0x80) == 0; });
+}
 
 CErrorResult finishText(CTextStage& stage, bool withTerminator) {
     if (withTerminator) LUM_TRY(stage.put(0));
@@ -259,6 +268,11 @@ CErrorResult COutputStream::writeValue(bool value) {
 }
 
 CErrorResult COutputStream::writeString(const CString& text) {
+    if (isAscii(text)) {
+        const auto length = static_cast<int32_t>(std::strlen(text.text8()));
+        LUM_TRY(writeValue(length));
+        return write(text.text8(), length);
+    }
     CWriteSeqBuffer bytes;
     if (text.isWide())
         LUM_TRY(bytes.writeUTF8(text.text16(), false));

@@ -36,6 +36,15 @@ int flushFile(int handle) noexcept;
 int findReplaced(const std::string& path, std::string& file) noexcept;
 int renameFile(const std::string& from, const std::string& to) noexcept; // replaces `to` whole
 int removeFile(const std::string& path) noexcept;
+
+/// Claims a new file for as long as the process lives or until `claim` is closed: nobody's
+/// removeUnclaimed then takes it. EEXIST when one is taking it right now. A file system without
+/// locks gives success and kNoFile; nobody removes anything there.
+int claimFile(int handle, int& claim) noexcept;
+/// Removes the files of a folder, ending in "/" or empty for the present one, whose names
+/// `isCandidate` accepts and which no living process of any user has claimed. Links, folders and
+/// what may not be opened stay.
+void removeUnclaimed(const std::string& folder, bool (*isCandidate)(const std::string& name));
 bool isFolder(const std::string& path) noexcept;
 /// Makes the folder and those above it.
 int makeFolders(const std::string& path) noexcept;

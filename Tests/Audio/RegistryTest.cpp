@@ -1,6 +1,7 @@
 #include "Audio/StateFixture.h"
 
 #include "Core/CAppData.h"
+#include "Core/TempFolder.h"
 
 #include <cmath>
 #include <functional>
@@ -190,6 +191,8 @@ TEST_F(Registry, aRefusedStateLeavesEverythingAsItWas) {
     };
     registry().setCurrentProgram(3, nullptr);
     set("bypass-enable", 1.0);
+    registry().activateFactoryPreset(1); // a step of history
+    auto& undo = *wrapper->getInstanceRoot()->findAs<CAudioParamUndo>("plugin.interface-base");
     const CByteBuffer before = chunk(false);
     for (const auto& [damage, message] : rows) {
         CAudioPreset preset = capture();
@@ -204,6 +207,11 @@ TEST_F(Registry, aRefusedStateLeavesEverythingAsItWas) {
         bytes = bytesOf(bank);
         EXPECT_TRUE(wrapper->setState(bytes.data(), bytes.size(), false, false)) << message;
         EXPECT_EQ(chunk(false), before) << message;
+        CVector<CString> steps;
+        int position = 0;
+        undo.getHistoryNames(steps, position);
+        EXPECT_EQ(steps.size(), 2u) << message;
+        EXPECT_EQ(position, 1) << message;
     }
 }
 
@@ -266,6 +274,41 @@ TEST_F(Registry, masterResetGoesBackToTheStateAtTheStart) {
     set("modSorrelGEQ.gains", 0.5, 0);
     registry().masterReset();
     EXPECT_NEAR(gainDb(*wrapper, 0), 12.0, 1e-9) << "limited to the range";
+}
+
+/// A user's stored default, in a process whose stores have looked nowhere yet.
+class StoredDefault : public StateFixture {
+public:
+    StoredDefault() { setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
+    int run() {
+        initInstance();
+        set("modSorrelGEQ.gains", 2.0, 3);
+        wrapper->param("instance-name").setString(0, 0, "Piano", nullptr);
+        CAppDataLocal::get().write("default-preset", bytesOf(capture()), nullptr, kPresetBlock);
+        initInstance();
+        EXPECT_EQ(wrapper->value("modSorrelGEQ.gains", 3), 2.0);
+        EXPECT_EQ(wrapper->text("instance-name", 0), "Piano");
+        set("modSorrelGEQ.gains", 3.0, 3);
+        registry().masterReset();
+        EXPECT_EQ(wrapper->value("modSorrelGEQ.gains", 3), 2.0);
+        registry().setCurrentProgram(1, nullptr);
+        registry().masterReset();
+        EXPECT_EQ(wrapper->value("modSorrelGEQ.gains", 3), 2.0) << "in every program";
+        return HasFailure();
+    }
+    void TestBody() override {}
+
+private:
+    CTempFolder folder;
+};
+
+TEST(StoredDefaultDeathTest, isTheFirstProgramAndWhatAResetGoesBackTo) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process that begins afresh
+    const auto runAndExit = [] {
+        const int status = StoredDefault().run(); // gone, with its folder, before the exit
+        std::exit(status);
+    };
+    EXPECT_EXIT(runAndExit(), testing::ExitedWithCode(0), "");
 }
 
 } // namespace

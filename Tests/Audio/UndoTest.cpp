@@ -169,6 +169,21 @@ TEST_F(Undo, anElementThatTwoClientsHoldIsBegunAndEndedOnce) {
     EXPECT_EQ(otherEar.value(0, 4), 2.6);
 }
 
+/// The side that is shown, as an example, is of no state and so of no history. Who asks is told.
+TEST_F(Undo, whatNoStateHoldsIsNoStep) {
+    ParamEar side;
+    const int32_t id = one->listen("ab-state", side);
+    one->edit(id, formatOf("ab-state"), 0, 0, 1.0);
+    EXPECT_EQ(side.value(0, 0), 1.0);
+    EXPECT_EQ(steps(), -1) << "nobody was told of a history";
+    edit(2.0);
+    TestClient late(*wrapper);
+    EXPECT_TRUE(late.history().empty());
+    ASSERT_FALSE(late->requestUndoHistory());
+    EXPECT_EQ(late.history(), (std::vector<std::string>{"Undo history start", "Gain"}));
+    EXPECT_EQ(late->getHistoryPosition(), 1);
+}
+
 TEST_F(Undo, presetsAreOneStepEach) {
     ASSERT_FALSE((*one)->activateFactoryPreset(registryId, 3));
     const CAudioPreset preset = capture();

@@ -267,6 +267,39 @@ TEST_F(Viz, slotsCarryRecordsBetweenInstances) {
     EXPECT_FALSE(two.viz->isWanted("level", 1));
 }
 
+/// Each instance that listens on a slot gets each record once, whichever asks first and how often.
+TEST_F(Viz, everyReaderOfASlotGetsEveryRecord) {
+    TestWrapper others[2];
+    Exporter one(*wrapper);
+    one.chooseSlots({{0, 1.0}});
+    std::vector<std::unique_ptr<Exporter>> readers;
+    for (TestWrapper& other : others) {
+        ASSERT_FALSE(other.init());
+        ASSERT_FALSE(other.finishInit());
+        readers.push_back(std::make_unique<Exporter>(other));
+        readers.back()->viz->addListener(0, "level");
+        readers.back()->fetch(); // takes note of what it listens to
+    }
+    one.runBlock(1.0);
+    const auto taken = [&](size_t reader) {
+        VizReader answer = readers[reader]->fetch();
+        return answer.records["level"].size();
+    };
+    one.viz->post("level", 0, meter(1.0, 1.0));
+    EXPECT_EQ(taken(0), 1u);
+    EXPECT_EQ(taken(0), 0u);
+    one.viz->post("level", 0, meter(1.1, 2.0));
+    EXPECT_EQ(taken(1), 2u);
+    EXPECT_EQ(taken(0), 1u);
+    EXPECT_EQ(taken(1), 0u);
+    readers[1]->viz->removeListener(0, "level");
+    readers[1]->fetch();
+    one.runBlock(1.2);
+    one.viz->post("level", 0, meter(1.2, 3.0));
+    EXPECT_EQ(taken(0), 1u);
+    EXPECT_EQ(taken(1), 0u) << "listens no more";
+}
+
 /// Groups that change places in one block keep their slots, and the slots their names.
 TEST_F(Viz, twoGroupsMayExchangeTheirSlots) {
     Exporter one(*wrapper);

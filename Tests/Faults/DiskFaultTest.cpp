@@ -6,6 +6,7 @@
 
 #include "Audio/CAudioPreset.h"
 #include "Core/CAppData.h"
+#include "Core/CAtomicFileWriter.h"
 #include "Core/TempFolder.h"
 #include "Faults/Confined.h"
 
@@ -159,6 +160,7 @@ TEST_P(DiskFault, aKilledWriterLeavesAWholeFile) {
     ASSERT_TRUE(write(1));
     std::mt19937 random(11);
     int changes = 0;
+    int litter = 0;
     int last = 1;
     for (int run = 0; run < runs; run++) {
         const pid_t child = startWriter(1);
@@ -167,10 +169,13 @@ TEST_P(DiskFault, aKilledWriterLeavesAWholeFile) {
         const int content = read();
         ASSERT_TRUE(content == 1 || content == 2) << "run " << run;
         changes += content != last;
+        litter += countFiles() > 1;
         last = content;
     }
     EXPECT_GT(changes, runs / 20) << "the writers did get to write";
+    EXPECT_GT(litter, 0) << "and not to finish";
     ASSERT_TRUE(write(3)) << "what the killed ones left is in nobody's way";
+    EXPECT_EQ(countFiles(), 1u) << "and gone";
 }
 
 TEST_P(DiskFault, twoProcessesThatWriteAtOnceLeaveOneOfTheTwo) {
@@ -249,6 +254,70 @@ TEST_P(DiskFault, namesOfAllKindsAreWritten) {
 
 INSTANTIATE_TEST_SUITE_P(Kinds, DiskFault, testing::ValuesIn(kKinds),
                          [](const auto& row) { return row.param.name; });
+
+/// Names of the files in the folder that its writers are at work on.
+std::vector<std::string> unfinishedIn(const CTempFolder& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        if (entry.path().filename().string().starts_with(".lumeron-write-"))
+            names.push_back(entry.path().filename());
+    return names;
+}
+
+TEST(Leftovers, onlyThoseOfProcessesThatAreGoneAreRemoved) {
+    const CTempFolder folder;
+    const Confined killed([&] {
+        CAtomicFileWriter writer;
+        if (writer.open(folder / "a")) return 1;
+        _exit(0); // nothing is tidied up
+    });
+    ASSERT_EQ(killed.status(), 0);
+    const std::vector<std::string> leftover = unfinishedIn(folder);
+    ASSERT_EQ(leftover.size(), 1u);
+    const std::string foreign[] = {".12345.tmp", ".lumeron-write-.tmp", ".lumeron-write-1.tmp2",
+                                   ".lumeron-write-1a.tmp", "x.lumeron-write-1.tmp"};
+    for (const std::string& name : foreign) folder.put(name, "mine");
+    std::filesystem::create_directory(folder.path(".lumeron-write-2.tmp"));
+    std::filesystem::create_symlink(folder.path(foreign[0]), folder.path(".lumeron-write-3.tmp"));
+    const size_t others = folder.entryCount() - 1;
+
+    CAtomicFileWriter slow;
+    ASSERT_FALSE(slow.open(folder / "slow"));
+    ASSERT_FALSE(slow.write("slow", 4));
+    ASSERT_FALSE(presetOf(1).saveToFile(folder / "quick"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path(leftover[0])));
+    const Confined another([&] { return presetOf(2).saveToFile(folder / "quick") ? 1 : 0; });
+    EXPECT_EQ(another.status(), 0);
+    ASSERT_FALSE(slow.commit());
+    EXPECT_EQ(folder.get("slow"), "slow");
+    EXPECT_EQ(folder.entryCount(), others + 2);
+}
+
+/// The moment between the making of a file and its claim is everyone's chance to lose it.
+TEST(Leftovers, manyWritersOfOneFolderAllFinish) {
+    const CTempFolder folder;
+    constexpr int kWriters = 4;
+    constexpr int kRounds = 400;
+    std::vector<pid_t> children;
+    for (int number = 0; number < kWriters; number++) {
+        children.push_back(fork());
+        if (children.back() != 0) continue;
+        const std::string name(1, static_cast<char>('a' + number));
+        for (int i = 0; i < kRounds; i++) {
+            CAtomicFileWriter writer;
+            const bool isWritten =
+                !writer.open(folder / name) && !writer.write(name.data(), 1) && !writer.commit();
+            if (!isWritten || folder.get(name) != name) _exit(1);
+        }
+        _exit(0);
+    }
+    for (const pid_t child : children) {
+        int status = -1;
+        waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    EXPECT_EQ(folder.entryCount(), static_cast<size_t>(kWriters));
+}
 
 /// The store goes on from its cache, and writes again when the folder is back.
 TEST(StoreFault, aVanishedFolderLosesNothingInTheProcess) {

@@ -18,7 +18,7 @@ class PluginFile {
 public:
     PluginFile() {
         setenv("XDG_CONFIG_HOME", settingsFolder().c_str(), 1);
-        handle = dlopen(LUM_PLUGIN, RTLD_NOW | RTLD_LOCAL);
+        handle = dlopen(path().c_str(), RTLD_NOW | RTLD_LOCAL);
         EXPECT_NE(handle, nullptr) << dlerror();
     }
     ~PluginFile() {
@@ -29,6 +29,11 @@ public:
 
     lum::vst::PluginEntry entry(const char* name = lum::vst::kEntryName) const {
         return reinterpret_cast<lum::vst::PluginEntry>(dlsym(handle, name));
+    }
+    /// The file that is loaded; another than the built one only where a test says so.
+    static std::string& path() {
+        static std::string file = LUM_PLUGIN;
+        return file;
     }
     /// Where the plug-in looks for settings; none of the user's unless a test says so.
     static std::string& settingsFolder() {

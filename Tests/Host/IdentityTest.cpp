@@ -2,15 +2,13 @@
 // of its host, through the plug-in's binary.
 
 #include "Host/HostedPlugin.h"
+#include "Host/StoreRecord.h"
 
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <thread>
-#include <zlib.h>
 
 using namespace lum::vst;
 using namespace std::chrono_literals;
@@ -32,30 +30,14 @@ protected:
 
     /// Stores a text setting of all plug-ins of the vendor, as a record of one string.
     void store(const std::string& name, const std::string& value) {
-        const auto length = static_cast<uint32_t>(value.size());
-        const std::string payload = bytesOf(length) + value;
-        const auto size = static_cast<uint32_t>(payload.size());
-        const std::string sizeBytes = bytesOf(size);
-        const auto check = static_cast<uint32_t>(
-            adler32(adler32(0, nullptr, 0), reinterpret_cast<const Bytef*>(sizeBytes.data()), 4));
-        std::string packed(compressBound(size), 0);
-        uLongf packedSize = packed.size();
-        compress(reinterpret_cast<Bytef*>(packed.data()), &packedSize,
-                 reinterpret_cast<const Bytef*>(payload.data()), size);
-        packed.resize(packedSize);
-        const auto place = std::filesystem::path(folder) / "Lumeron" / "Audio Plug-Ins";
-        std::filesystem::create_directories(place);
-        std::ofstream(place / name, std::ios::binary)
-            << "dstr" << sizeBytes << bytesOf(check) << packed;
+        putFile(std::filesystem::path(folder) / "Lumeron" / "Audio Plug-Ins" / name,
+                textRecordOf(value));
         PluginFile::settingsFolder() = folder;
     }
 
     HostModel& host = HostModel::current();
 
 private:
-    static std::string bytesOf(uint32_t number) {
-        return {reinterpret_cast<const char*>(&number), sizeof number};
-    }
     HostModel saved;
     std::string folder;
 };

@@ -102,6 +102,52 @@ TEST(State, theProgramsAreTheFactorys) {
     EXPECT_EQ(instance.send(kEffectGetProgram), 3);
 }
 
+/// All values of the factory, and the byte form: both as golden chunks have kept them. The packed
+/// bytes are the packer's affair.
+TEST(State, whatIsSavedIsWhatTheGoldenChunksHold) {
+    Instance untouched;
+    const auto golden = [](const std::filesystem::path& path) {
+        std::ifstream file(path, std::ios::binary);
+        return Bytes{std::istreambuf_iterator<char>(file), {}};
+    };
+    const std::filesystem::path folder = LUM_TEST_DATA "/Chunks";
+    EXPECT_EQ(payloadOf(chunkOf(untouched, false)),
+              payloadOf(golden(folder / "bank-untouched.chunk")));
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() != ".chunk") continue;
+        const bool isPreset = entry.path().filename().string().starts_with("program");
+        const Bytes chunk = golden(entry.path());
+        Instance instance;
+        ASSERT_EQ(give(instance, isPreset, chunk), 1) << entry.path();
+        EXPECT_EQ(payloadOf(chunkOf(instance, isPreset)), payloadOf(chunk)) << entry.path();
+        count++;
+    }
+    EXPECT_GT(count, 10);
+}
+
+/// The bypass belongs to the session: it stays over programs, and a state brings it back in all.
+TEST(State, theBypassIsNoPartOfAProgram) {
+    const auto bypass = [](Instance& instance) {
+        return instance.effect->getParameter(instance.effect, 0);
+    };
+    Instance instance;
+    instance.set(0, 1.0F);
+    instance.send(kEffectSetProgram, 0, 2);
+    EXPECT_EQ(bypass(instance), 1.0F);
+    const Bytes bank = chunkOf(instance, false);
+    const Bytes program = chunkOf(instance, true);
+    Instance other;
+    other.send(kEffectSetProgram, 0, 5);
+    ASSERT_EQ(give(other, false, bank), 1);
+    EXPECT_EQ(bypass(other), 1.0F) << "though it was on in programs 0 and 2 alone";
+    other.set(0, 0.0F);
+    other.send(kEffectSetProgram, 0, 2);
+    EXPECT_EQ(bypass(other), 0.0F);
+    ASSERT_EQ(give(other, true, program), 1);
+    EXPECT_EQ(bypass(other), 1.0F);
+}
+
 /// The host is told of each value that a program brings, once the program stands.
 TEST(State, aProgramChangeReachesTheHostsParameters) {
     Instance instance;
@@ -117,12 +163,30 @@ TEST(State, aProgramChangeReachesTheHostsParameters) {
     told.clear();
 }
 
+/// What the host did itself it need not look up again.
+TEST(State, theHostIsAskedToLookOnlyAtWhatItDidNotDo) {
+    HostModel& host = HostModel::current();
+    const HostModel saved = host;
+    Instance instance;
+    const Bytes bank = chunkOf(instance, false);
+    int displays = 0;
+    host.heard = [&](int32_t opcode) { displays += opcode == kHostUpdateDisplay; };
+    char name[] = "Mine";
+    instance.send(kEffectSetProgram, 0, 4);
+    instance.send(kEffectSetProgramName, 0, 0, name);
+    EXPECT_EQ(displays, 0);
+    ASSERT_EQ(give(instance, false, bank), 1);
+    EXPECT_GT(displays, 0) << "the names have changed";
+    host = saved;
+}
+
 TEST(State, namesAreCutWhereTheyAreShown) {
     Instance instance;
     char longName[] = "A name of more than twenty-three characters";
     instance.send(kEffectSetProgramName, 0, 0, longName);
     EXPECT_EQ(instance.text(kEffectGetProgramName), "A name of more than twe");
     const Bytes chunk = chunkOf(instance, true);
+    EXPECT_TRUE(holdsText(payloadOf(chunk), longName)) << "the preset's name has followed";
     Instance other;
     ASSERT_EQ(give(other, true, chunk), 1);
     EXPECT_EQ(other.text(kEffectProgramNameIndexed, 0), "A name of more than twe");

@@ -53,8 +53,12 @@ protected:
 
     /// Runs the program; what it printed, on both outputs, is left in `printed`.
     int run(const std::string& arguments, const std::string& before = "") {
+        return runProgram(LUM_HOST_PROGRAM, arguments, before);
+    }
+    int runProgram(const std::string& program, const std::string& arguments,
+                   const std::string& before = "") {
         const std::string command =
-            before + "'" LUM_HOST_PROGRAM "' " + arguments + " >'" + path("printed") + "' 2>&1";
+            before + "'" + program + "' " + arguments + " >'" + path("printed") + "' 2>&1";
         const int status = std::system(command.c_str());
         std::ifstream file(path("printed"));
         std::stringstream text;

@@ -118,7 +118,7 @@ void printJson(std::ostream& out, const std::vector<BenchResult>& results) {
 
 void printText(std::ostream& out, const std::vector<LifecycleFigure>& figures) {
     for (const auto& figure : figures) {
-        out << line("  %-24s %10.3f %s\n", figure.name, figure.value, figure.unit);
+        out << line("  %-24s %10.3f %s\n", figure.name.c_str(), figure.value, figure.unit);
     }
 }
 
@@ -126,7 +126,7 @@ void printJson(std::ostream& out, const std::vector<LifecycleFigure>& figures) {
     out << "{";
     for (std::size_t i = 0; i < figures.size(); ++i) {
         out << line("%s\"%s\": {\"value\": %.6g, \"unit\": \"%s\"}", i == 0 ? "" : ", ",
-                    figures[i].key, figures[i].value, figures[i].unit);
+                    figures[i].key.c_str(), figures[i].value, figures[i].unit);
     }
     out << "}\n";
 }

@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    void add(const char* key, const char* name, double value, const char* unit) {
+    void add(const std::string& key, const std::string& name, double value, const char* unit) {
         figures_.push_back({key, name, value, unit});
     }
 
@@ -107,19 +107,32 @@ private:
     }
 
     void measureChunks(PluginInstance& plugin) {
-        measureChunk(plugin, StateKind::Program, "programOut", "program's state out", "programIn",
-                     "program's state in");
-        measureChunk(plugin, StateKind::Bank, "bankOut", "bank's state out", "bankIn",
-                     "bank's state in");
+        measureChunk(plugin, StateKind::Program, "program");
+        measureChunk(plugin, StateKind::Bank, "bank");
+        const double program = editedChunkTime(plugin, StateKind::Program);
+        const double bank = editedChunkTime(plugin, StateKind::Bank);
+        add("programOutEdited", "after an edit, program", program, "us");
+        add("bankOutEdited", "after an edit, bank", bank, "us");
     }
 
-    void measureChunk(PluginInstance& plugin, StateKind kind, const char* outKey,
-                      const char* outName, const char* inKey, const char* inName) {
+    void measureChunk(PluginInstance& plugin, StateKind kind, const std::string& what) {
         std::string chunk;
         const double out = medianTime(kChunkRounds, [&] { chunk = plugin.chunk(kind); });
         const double in = medianTime(kChunkRounds, [&] { plugin.setChunk(kind, chunk); });
-        add(outKey, outName, 1000.0 * out, "us");
-        add(inKey, inName, 1000.0 * in, "us");
+        add(what + "Out", what + "'s state out", 1000.0 * out, "us");
+        add(what + "In", what + "'s state in", 1000.0 * in, "us");
+    }
+
+    /// Microseconds that a state takes when a parameter has moved since the last one: what an
+    /// instance remembers of that one is then of no use.
+    double editedChunkTime(PluginInstance& plugin, StateKind kind) const {
+        std::vector<double> times;
+        for (int i = 0; i < kChunkRounds; ++i) {
+            if (plugin.parameterCount() > 1)
+                plugin.setParameter(1, static_cast<float>(i) / kChunkRounds);
+            times.push_back(1000.0 * timeOf([&] { plugin.chunk(kind); }));
+        }
+        return medianOf(std::move(times));
     }
 
     const std::filesystem::path& path_;

@@ -12,8 +12,8 @@ namespace lum::host {
 
 /// One thing measured.
 struct LifecycleFigure {
-    const char* key;  // for programs
-    const char* name; // for people
+    std::string key;  // for programs
+    std::string name; // for people
     double value;
     const char* unit;
 };

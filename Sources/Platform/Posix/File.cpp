@@ -4,9 +4,11 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -68,6 +70,24 @@ std::string homeFolder() {
     passwd* found = nullptr;
     getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
     return found && found->pw_dir ? found->pw_dir : "";
+}
+
+bool isSameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// The lock of a claim belongs to the open file, so the system drops it with the process. Whoever
+/// has the lock removes the file, and by then its name must still be the file's.
+void removeIfUnclaimed(int folder, const char* name) {
+    const int handle = openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (handle < 0) return;
+    struct stat opened {};
+    struct stat named {};
+    if (fstat(handle, &opened) == 0 && S_ISREG(opened.st_mode) &&
+        flock(handle, LOCK_EX | LOCK_NB) == 0 &&
+        fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 && isSameFile(opened, named))
+        unlinkat(folder, name, 0);
+    close(handle);
 }
 
 /// Path of a loaded file as the loader names it, links kept: what lies beside it is beside the
@@ -184,6 +204,23 @@ int renameFile(const std::string& from, const std::string& to) noexcept {
 
 int removeFile(const std::string& path) noexcept {
     return codeOf(unlink(path.c_str()));
+}
+
+int claimFile(int handle, int& claim) noexcept {
+    claim = kNoFile;
+    if (flock(handle, LOCK_EX | LOCK_NB) != 0) return errno == EWOULDBLOCK ? EEXIST : 0;
+    struct stat info {};
+    if (fstat(handle, &info) == 0 && info.st_nlink == 0) return EEXIST; // was taken before the lock
+    claim = fcntl(handle, F_DUPFD_CLOEXEC, 0);
+    return codeOf(claim);
+}
+
+void removeUnclaimed(const std::string& folder, bool (*isCandidate)(const std::string& name)) {
+    DIR* entries = opendir(folder.empty() ? "." : folder.c_str());
+    if (!entries) return;
+    while (const dirent* entry = readdir(entries))
+        if (isCandidate(entry->d_name)) removeIfUnclaimed(dirfd(entries), entry->d_name);
+    closedir(entries);
 }
 
 bool isFolder(const std::string& path) noexcept {
