@@ -1,3 +1,4 @@
+#include "Audio/CAudioParamRegistry.h"
 #include "Audio/WrapperFixture.h"
 
 namespace lum::test {
@@ -85,6 +86,21 @@ TEST_F(DefaultRouting, aPresetAdaptsOnlyOnceTheHostHasAsked) {
     EXPECT_EQ(wrapper->value("io-params.in-routing", 2), 0.0);
     offer(3);
     EXPECT_EQ(wrapper->value("io-params.in-routing", 2), 3.0);
+}
+
+TEST_F(DefaultRouting, whateverBringsAPresetAdaptsIt) {
+    offer(3);
+    CAudioParamRegistry& registry = wrapper->getRegistry();
+    const std::function<void()> calls[] = {[&] { registry.setCurrentProgram(1, nullptr); },
+                                           [&] { registry.activateFactoryPreset(2); },
+                                           [&] { registry.masterReset(); }};
+    for (const auto& call : calls) {
+        write("io-params.in-routing", 0, 7.0); // no default any more
+        call();
+        EXPECT_EQ(read("io-params.in-routing"), (Values{1, 2, 3, 0, 0, 0, 0, 0}));
+    }
+    registry.setCurrentProgram(3, nullptr);
+    EXPECT_EQ(wrapper->value("io-params.in-routing", 2), 0.0) << "a program with its own routing";
 }
 
 } // namespace

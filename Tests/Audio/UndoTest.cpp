@@ -232,10 +232,28 @@ TEST_F(Undo, eachProgramHasItsHistory) {
     EXPECT_NEAR(gain(), 1.0, 1e-12);
 }
 
+TEST_F(Undo, aBankBeginsEveryHistoryAnew) {
+    const CByteBuffer bank = chunk(false);
+    edit(2.0);
+    ASSERT_FALSE((*one)->setCurrentProgram(registryId, 2));
+    edit(3.0);
+    edit(4.0);
+    ASSERT_FALSE(wrapper->setState(bank.data(), bank.size(), false, true));
+    EXPECT_EQ(steps(), 0) << "and the clients are told";
+    ASSERT_FALSE((*one)->setCurrentProgram(registryId, 0));
+    EXPECT_EQ(steps(), 0);
+    EXPECT_EQ(gain(), 1.0);
+}
+
 TEST_F(Undo, theOtherSideIsExchangedWithItsHistory) {
     edit(2.0);
     const CByteBuffer first = chunk(true);
+    set("bypass-enable", 1.0); // of the session and not of a side
     ASSERT_FALSE((*one)->exchangeShadowPreset(registryId));
+    EXPECT_EQ(wrapper->value("bypass-enable"), 1.0);
+    set("bypass-enable", 0.0);
+    ASSERT_FALSE((*one)->exchangeShadowPreset(registryId));
+    EXPECT_EQ(wrapper->value("bypass-enable"), 0.0);
     EXPECT_EQ(chunk(true), first) << "the first exchange compares the state with itself";
     EXPECT_EQ(steps(), 1);
     edit(3.0, 4);

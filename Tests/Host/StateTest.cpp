@@ -126,6 +126,23 @@ TEST(State, whatIsSavedIsWhatTheGoldenChunksHold) {
     EXPECT_GT(count, 10);
 }
 
+/// Hosts ask for a state again and again; each is that of the moment.
+TEST(State, everyStateIsThatOfItsMoment) {
+    Instance instance;
+    for (const bool isPreset : {true, false}) {
+        const Bytes before = chunkOf(instance, isPreset);
+        EXPECT_EQ(chunkOf(instance, isPreset), before);
+        instance.set(3, 0.75F);
+        const Bytes after = chunkOf(instance, isPreset);
+        Instance other;
+        ASSERT_EQ(give(other, isPreset, after), 1);
+        EXPECT_EQ(band(other, 0, 2), "6.0");
+        instance.set(3, 0.5F);
+        ASSERT_EQ(give(other, isPreset, chunkOf(instance, isPreset)), 1);
+        EXPECT_EQ(band(other, 0, 2), "0.0");
+    }
+}
+
 /// The bypass belongs to the session: it stays over programs, and a state brings it back in all.
 TEST(State, theBypassIsNoPartOfAProgram) {
     const auto bypass = [](Instance& instance) {
