@@ -2,6 +2,7 @@
 
 #include "Audio/CAudioEnv.h"
 #include "Audio/CAudioVizCollector.h"
+#include "Audio/Transform/VectorCode.h"
 #include "Core/CRealtimeScope.h"
 #include "Platform/FlushToZero.h"
 
@@ -38,14 +39,23 @@ int pointerCount(const CAudioBusFormat& format) {
     return format.isInterleaved ? 1 : format.channels;
 }
 
+void copySamples(const double* in, double* out, int count) {
+    std::copy_n(in, count, out);
+}
+
+void copySamples(const float* in, double* out, int count) {
+    vectorCode().widen(in, out, count);
+}
+
+void copySamples(const double* in, float* out, int count) {
+    vectorCode().narrow(in, out, count);
+}
+
 template <class Sample>
 void readSamples(const void* source, int position, int stride, double* samples, int frames) {
     const Sample* from =
         static_cast<const Sample*>(source) + static_cast<ptrdiff_t>(position) * stride;
-    if (stride == 1) { // the loop without strides becomes vector code
-        std::copy_n(from, frames, samples);
-        return;
-    }
+    if (stride == 1) return copySamples(from, samples, frames);
     for (int i = 0; i < frames; i++)
         samples[i] = static_cast<double>(from[static_cast<ptrdiff_t>(i) * stride]);
 }
@@ -58,10 +68,7 @@ void writeSamples(void* target, int position, int stride, const double* samples,
         for (int i = 0; i < frames; i++) to[static_cast<ptrdiff_t>(i) * stride] = Sample(0);
         return;
     }
-    if (stride == 1) {
-        std::copy_n(samples, frames, to);
-        return;
-    }
+    if (stride == 1) return copySamples(samples, to, frames);
     for (int i = 0; i < frames; i++)
         to[static_cast<ptrdiff_t>(i) * stride] = static_cast<Sample>(samples[i]);
 }

@@ -197,6 +197,21 @@ TEST_P(FFTPlanTest, rowSumsAndDotProductsAgreeWithTheObviousLoop) {
         }
 }
 
+TEST_P(FFTPlanTest, samplesKeepTheirValueFromWidthToWidth) {
+    const Samples exact = noise(67, 13);
+    for (int count : {0, 1, 7, 8, 15, 16, 33, 67}) {
+        std::vector<float> narrow(exact.size(), 2.0F);
+        Samples wide(exact.size(), 2.0);
+        vectorCode().narrow(exact.data(), narrow.data(), count);
+        vectorCode().widen(narrow.data(), wide.data(), count);
+        for (size_t i = 0; i < exact.size(); i++) {
+            const double want = i < static_cast<size_t>(count) ? static_cast<float>(exact[i]) : 2.0;
+            ASSERT_EQ(narrow[i], want) << count;
+            ASSERT_EQ(wide[i], want) << count;
+        }
+    }
+}
+
 // The vector code has constant sizes up to order 13 where its twin has variable ones, and keeps its
 // points in its own way.
 TEST_P(FFTPlanTest, spectraAndSamplesAreThoseOfThePlainLoops) {

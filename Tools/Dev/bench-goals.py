@@ -149,6 +149,8 @@ def goals(b):
     yield 7, "memory of an instance", lambda: b.life("memory"), 4.0, "MiB"
     for kind in ("program", "bank"):
         yield 7, f"state of a {kind} out", functools.partial(b.life, f"{kind}Out"), 50.0, "us"
+        edited = functools.partial(b.life, f"{kind}OutEdited")
+        yield 7, f"state of a {kind} out, after an edit", edited, 50.0, "us"
         yield 7, f"state of a {kind} in", functools.partial(b.life, f"{kind}In"), 200.0, "us"
     for what, options, limit in (("silence / noise", "--against-input silence", 1.1),
                                  ("decay / noise", "--against-input decay", 1.1),

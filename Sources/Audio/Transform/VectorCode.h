@@ -38,6 +38,10 @@ struct CVectorCode {
                     double* sums, int count);
     /// Scalar product of two arrays of `count` values.
     double (*dotProduct)(const double* a, const double* b, int count);
+
+    // A host's samples of 32 bits to ours, and back with the rounding mode of the thread.
+    void (*widen)(const float* in, double* out, int count);
+    void (*narrow)(const double* in, float* out, int count);
 };
 
 /// The code that the engine uses: picked once by the processor, see CFFTPlan::initService.

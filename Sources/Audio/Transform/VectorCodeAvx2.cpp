@@ -2,6 +2,7 @@
 
 #if defined(__x86_64__)
 
+#include "Audio/Transform/SampleLoops.h"
 #include "Audio/Transform/SpectrumLoops.h"
 #include "Audio/Transform/TransformPasses.h"
 
@@ -100,13 +101,22 @@ using CPasses = CTransform<CFourPoints, 9>; // orders 5 to 13
 using CPacked = CPackedLayout<CFourPoints>;
 using CBlocked = CBlockedLayout<CFourPoints>;
 using CLoops = CSpectrumLoops<CFourPoints>;
+using CSamples = CSampleLoops<CFourPoints>;
 
 } // namespace
 
 const CVectorCode kVectorCodeAvx2 = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
+    &CPasses::forward<CPacked>,
+    &CPasses::inverse<CPacked>,
+    &CPasses::forwardHalves<CBlocked>,
+    &CPasses::inverse<CBlocked>,
+    &CLoops::mulPacked,
+    &CLoops::addProductComplex,
+    &CLoops::sumProducts,
+    &CLoops::sumRows,
+    &CLoops::dotProduct,
+    &CSamples::widen,
+    &CSamples::narrow,
 };
 
 } // namespace lum

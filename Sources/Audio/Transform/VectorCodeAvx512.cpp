@@ -2,6 +2,7 @@
 
 #if defined(__x86_64__)
 
+#include "Audio/Transform/SampleLoops.h"
 #include "Audio/Transform/SpectrumLoops.h"
 #include "Audio/Transform/TransformPasses.h"
 
@@ -206,13 +207,22 @@ using CPasses = CTransform<CWidePoints, 9>; // orders 5 to 13
 using CPacked = CPackedLayout<CWidePoints>;
 using CBlocked = CBlockedLayout<CWidePoints>;
 using CLoops = CSpectrumLoops<CWidePoints>;
+using CSamples = CSampleLoops<CWidePoints>;
 
 } // namespace
 
 const CVectorCode kVectorCodeAvx512 = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
+    &CPasses::forward<CPacked>,
+    &CPasses::inverse<CPacked>,
+    &CPasses::forwardHalves<CBlocked>,
+    &CPasses::inverse<CBlocked>,
+    &CLoops::mulPacked,
+    &CLoops::addProductComplex,
+    &CLoops::sumProducts,
+    &CLoops::sumRows,
+    &CLoops::dotProduct,
+    &CSamples::widen,
+    &CSamples::narrow,
 };
 
 } // namespace lum

@@ -1,3 +1,4 @@
+#include "Audio/Transform/SampleLoops.h"
 #include "Audio/Transform/SpectrumLoops.h"
 #include "Audio/Transform/TransformPasses.h"
 #include "Audio/Transform/VectorCodeSets.h"
@@ -100,13 +101,22 @@ using CPasses = CTransform<CFourPoints, 0>;
 using CPacked = CPackedLayout<CFourPoints>;
 using CBlocked = CBlockedLayout<CFourPoints>;
 using CLoops = CSpectrumLoops<CFourPoints>;
+using CSamples = CSampleLoops<CFourPoints>;
 
 } // namespace
 
 const CVectorCode kVectorCodePlain = {
-    &CPasses::forward<CPacked>,  &CPasses::inverse<CPacked>, &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>, &CLoops::mulPacked,         &CLoops::addProductComplex,
-    &CLoops::sumProducts,        &CLoops::sumRows,           &CLoops::dotProduct,
+    &CPasses::forward<CPacked>,
+    &CPasses::inverse<CPacked>,
+    &CPasses::forwardHalves<CBlocked>,
+    &CPasses::inverse<CBlocked>,
+    &CLoops::mulPacked,
+    &CLoops::addProductComplex,
+    &CLoops::sumProducts,
+    &CLoops::sumRows,
+    &CLoops::dotProduct,
+    &CSamples::widen,
+    &CSamples::narrow,
 };
 
 } // namespace lum
