@@ -36,5 +36,6 @@ lum_fuzz(String lum_core)
 lum_fuzz(StoreRecord lum_core)
 # These drive a whole instance.
 lum_fuzz(Chunk lum_audio lum_product)
+lum_fuzz(CCTable lum_audio lum_product)
 lum_fuzz(Message lum_audio lum_product)
 lum_fuzz(* lum_audio)

@@ -30,10 +30,14 @@ void CAudioCCTable::prepareDestroy() {
 }
 
 CErrorResult CAudioCCTable::load() {
-    platform::CLockGuard hold(lock);
-    std::fill(std::begin(table), std::end(table), nullptr);
     CByteBuffer record;
     CAppDataLocal::get().read(kRecordName, record, kDataBlock);
+    return apply(record);
+}
+
+CErrorResult CAudioCCTable::apply(const CByteBuffer& record) {
+    platform::CLockGuard hold(lock);
+    std::fill(std::begin(table), std::end(table), nullptr);
     if (record.empty()) return nullptr;
 
     CMemoryReader reader(record);

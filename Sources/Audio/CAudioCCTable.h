@@ -19,6 +19,8 @@ public:
 
     /// Reads the map of the local store anew. Error: the record ends early; what came before stays.
     CErrorResult load();
+    /// The same from the bytes of such a record; without any the map is empty.
+    CErrorResult apply(const CByteBuffer& record);
     /// Null for a controller without a parameter.
     CAudioExtParam* getParam(int controller) const;
 
