@@ -8,7 +8,8 @@ using namespace lum;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static CAudioCCTable* table = [] {
         CAudioCCTable* found = nullptr;
-        if (FuzzInstance::get().findObjectChecked(found, "plugin.cctable")) std::abort();
+        CObject& tree = *FuzzInstance::get().getInstanceRoot();
+        if (tree.findObjectChecked(found, "plugin.cctable")) std::abort();
         return found;
     }();
     logAndDropError(table->apply(CByteBuffer(bytes, size)));
