@@ -2,6 +2,7 @@
 // host goes on; one that runs has no way back, and ends the process at once instead of leaving it
 // with locks that nobody gives back.
 
+#include "Core/Sanitized.h"
 #include "Faults/Confined.h"
 #include "Host/HostedPlugin.h"
 
@@ -14,12 +15,6 @@ namespace lum::test {
 namespace {
 
 using namespace lum::vst;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
-constexpr bool isLimitable = false; // a sanitizer needs room without a limit
-#else
-constexpr bool isLimitable = true;
-#endif
 
 constexpr int kMostInstances = 200;
 
@@ -36,7 +31,7 @@ void allowMore(rlim_t bytes) {
 }
 
 TEST(Memory, withoutRoomNoInstanceIsBegunAndTheHostGoesOn) {
-    if (!isLimitable) GTEST_SKIP() << "a sanitizer reserves its own memory";
+    if (kIsSanitized) GTEST_SKIP() << "a sanitizer reserves its own memory";
     const Confined run([] {
         Instance instance;
         instance.open(48000);
@@ -56,7 +51,7 @@ TEST(Memory, withoutRoomNoInstanceIsBegunAndTheHostGoesOn) {
 }
 
 TEST(Memory, aRunningInstanceEndsTheProcessAndHoldsNoLock) {
-    if (!isLimitable) GTEST_SKIP() << "a sanitizer reserves its own memory";
+    if (kIsSanitized) GTEST_SKIP() << "a sanitizer reserves its own memory";
     const Confined run(
         [] {
             Instance instance;

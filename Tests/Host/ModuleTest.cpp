@@ -1,3 +1,4 @@
+#include "Core/Sanitized.h"
 #include "Host/HostedPlugin.h"
 
 #include <algorithm>
@@ -13,14 +14,6 @@ extern "C" __attribute__((weak)) void __lsan_disable();
 extern "C" __attribute__((weak)) void __lsan_enable();
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 size_t countEntries(const char* folder) {
     size_t count = 0;
@@ -108,7 +101,7 @@ TEST(Module, loadingAndUnloadingLeavesNothingBehind) {
     EXPECT_FALSE(PluginFile::isStillMapped());
     EXPECT_EQ(countThreads(), threads);
     EXPECT_EQ(countEntries("/proc/self/fd"), descriptors);
-    if (isSanitized) return; // a sanitizer keeps what is freed
+    if (lum::test::kIsSanitized) return; // a sanitizer keeps what is freed
     EXPECT_LE(residentKilobytes() - memory, 2000) << "kilobytes grown over 50 cycles";
 }
 
