@@ -120,7 +120,7 @@ void CAudioProcessBase::runBlockHead() LUM_REALTIME {
     const bool hadEvents = runTimedEvents();
     const bool isNew = takeNewValues();
     if (hadEvents || isNew || formatChanged || needsUpdate) runUpdate();
-    for (auto& port : inputPorts) mergePort(*port);
+    for (auto& port : inputPorts) fillSlots(*port);
 }
 
 void CAudioProcessBase::takeBlockLength() LUM_REALTIME {
@@ -281,24 +281,42 @@ void CAudioProcessBase::runUpdate() LUM_REALTIME {
     if (!timedEvents.empty()) needsUpdate = 1;
 }
 
-/// Aligns the sources and combines those that share a channel. In a direct port all is in its place
-/// but for the channels of processes that do not run.
-void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
+/// Fills the slots for this block. In a direct port all is in its place but for the channels of
+/// processes that do not run.
+void CAudioProcessBase::fillSlots(CInputPort& port) LUM_REALTIME {
     if (port.isDirect) {
         for (CChannelSlot& slot : port.slots)
             if (!slot.block && blockLength > 0) slot.block = context->pool.takeZeroed(blockLength);
         return;
     }
-    const int entries = blockLength > 0 ? port.merges.ssize() : 0;
-    for (int first = 0, end; first < entries; first = end) {
-        const CMergeEntry& entry = port.merges[first];
-        for (end = first + 1; end < entries && port.merges[end].slot == entry.slot;) end++;
-        port.slots[entry.slot].block =
-            end == first + 1 ? takeSourceBlock(port, entry) : combine(port, &entry, end - first);
-    }
+    if (blockLength > 0) readsPort(port.number) ? mergePort(port) : passPortBy(port);
     for (auto& source : port.sources)
         for (CSampleBlockRef& block : source->blocks) block.reset();
     if (port.isSimple && blockLength > 0) port.goDirect();
+}
+
+/// Aligns the sources and combines those that share a channel.
+void CAudioProcessBase::mergePort(CInputPort& port) LUM_REALTIME {
+    for (int first = 0, end; first < port.merges.ssize(); first = end) {
+        const CMergeEntry& entry = port.merges[first];
+        for (end = first + 1; end < port.merges.ssize() && port.merges[end].slot == entry.slot;)
+            end++;
+        port.slots[entry.slot].block =
+            end == first + 1 ? takeSourceBlock(port, entry) : combine(port, &entry, end - first);
+    }
+}
+
+/// For a block that nobody reads: the delays take the samples, for the time when somebody will.
+void CAudioProcessBase::passPortBy(CInputPort& port) LUM_REALTIME {
+    for (const CMergeEntry& entry : port.merges) {
+        CPortSource& source = *port.sources[entry.source];
+        source.hasRun = true;
+        CDSPModDelay* delay = source.delays[entry.sourceSlot].delay.get();
+        if (!delay) continue;
+        CSampleBlockRef& block = source.blocks[entry.sourceSlot];
+        if (!block) block = context->pool.takeZeroed(blockLength);
+        delay->process(block.samples(), nullptr, blockLength);
+    }
 }
 
 CSampleBlockRef CAudioProcessBase::takeSourceBlock(CInputPort& port,
@@ -427,10 +445,6 @@ void CAudioProcessBase::publish(int sourcePort, const CPortFormat& format) LUM_R
     }
 }
 
-void CAudioProcessBase::deliverLength() LUM_REALTIME {
-    for (const COutputTarget& target : targets) target.port->blockLength = blockLength;
-}
-
 bool CAudioProcessBase::hasTargets(int sourcePort) const LUM_REALTIME {
     return std::any_of(targets.begin(), targets.end(), [&](const COutputTarget& target) {
         return target.sourcePort == sourcePort;
@@ -481,11 +495,6 @@ CSlotTable& CAudioProcessBase::inputSlots(int number) LUM_REALTIME {
 int CAudioProcessBase::inputBlockLength(int number) LUM_REALTIME {
     CInputPort* port = findPort(number);
     return port ? port->blockLength : 0;
-}
-
-void CAudioProcessBase::releaseInputs() LUM_REALTIME {
-    for (auto& port : inputPorts)
-        for (CChannelSlot& slot : port->slots) slot.block.reset();
 }
 
 // Events.

@@ -195,6 +195,12 @@ public:
     /// blocks and pending events. The next link wakes it, and its next update starts afresh. A
     /// composite or stack keeps sleeping processes for reuse.
     virtual void sleep();
+    /// Whether the samples of a port matter to this block; asked behind the update. The slots of a
+    /// port that does not may hold no blocks, while its delays go on.
+    virtual bool readsPort(int number) const LUM_REALTIME {
+        (void)number;
+        return true;
+    }
     /// True when nothing is under way: no fade, no event, no update that is due.
     virtual bool isSettled() const { return !needsUpdate && timedEvents.empty(); }
     /// The sample blocks of a sub-block's length that it may hold while it runs, whatever the
@@ -243,7 +249,10 @@ public:
     CSlotTable& inputSlots(int port) LUM_REALTIME;
     int inputBlockLength(int port) LUM_REALTIME;
     /// Lets go of the current block of every input slot.
-    void releaseInputs() LUM_REALTIME;
+    void releaseInputs() LUM_REALTIME {
+        for (auto& port : inputPorts)
+            for (CChannelSlot& slot : port->slots) slot.block.reset();
+    }
     /// What was published last on an output port; empty before.
     const CPortFormat& getPublishedFormat(int sourcePort);
     /// The number of ports and where the output goes, for tests and diagnosis.
@@ -268,7 +277,9 @@ protected:
     void deliverEach(int sourcePort, int firstSlot, int count, BlockOf blockOf) LUM_REALTIME;
     bool hasTargets(int sourcePort) const LUM_REALTIME;
     /// Tells the targets of all ports the length of the block, before it is delivered.
-    void deliverLength() LUM_REALTIME;
+    void deliverLength() LUM_REALTIME {
+        for (const COutputTarget& target : targets) target.port->blockLength = blockLength;
+    }
     /// Sets `flag` to 1 when `seconds` of audio have passed.
     void addTimedEvent(double seconds, uint8_t* flag) LUM_REALTIME;
     void cancelTimedEvents(const uint8_t* flag) LUM_REALTIME;
@@ -327,7 +338,9 @@ private:
     bool runTimedEvents() LUM_REALTIME;
     bool takeNewValues() LUM_REALTIME;
     void runUpdate() LUM_REALTIME;
+    void fillSlots(CInputPort& port) LUM_REALTIME;
     void mergePort(CInputPort& port) LUM_REALTIME;
+    void passPortBy(CInputPort& port) LUM_REALTIME;
     CSampleBlockRef takeSourceBlock(CInputPort& port, const CMergeEntry& entry) LUM_REALTIME;
     CSampleBlockRef combine(CInputPort& port, const CMergeEntry* entries, int count) LUM_REALTIME;
 

@@ -28,6 +28,9 @@ public:
 
 protected:
     virtual void runModule(CAudioModule& module, int frames) LUM_REALTIME = 0;
+    /// The modules that run in this block, replaced ones that still sound among them; some are
+    /// null.
+    const CVector<CAudioModule*, 16>& getRunList() const LUM_REALTIME { return runList; }
     /// A new module of the terminal's class.
     virtual std::unique_ptr<CAudioModule> createModule() const = 0;
 

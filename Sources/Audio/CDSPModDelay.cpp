@@ -31,7 +31,7 @@ void CDSPModDelay::process(const double* in, double* out, int count) LUM_REALTIM
         (this->*runChunk)(out, chunk);
         advance(chunk);
         in += chunk;
-        out += chunk;
+        if (out) out += chunk;
         count -= chunk;
     }
 }
@@ -83,11 +83,14 @@ void CDSPModDelay::writeChunk(const double* in, int count) LUM_REALTIME {
 }
 
 void CDSPModDelay::copyChunk(double* out, int count) LUM_REALTIME {
-    ops::copy(out, samplesAt(delay), count);
+    if (out) ops::copy(out, samplesAt(delay), count);
 }
 
 void CDSPModDelay::fadeChunk(double* out, int count) LUM_REALTIME {
-    fade.mix(out, samplesAt(delay), samplesAt(newDelay), count);
+    if (out)
+        fade.mix(out, samplesAt(delay), samplesAt(newDelay), count);
+    else
+        fade.skip(count);
     fadeLeft -= count;
 }
 

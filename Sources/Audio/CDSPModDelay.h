@@ -14,7 +14,7 @@ public:
     CDSPModDelay(CSampleBlockPool& blockPool, int initialDelay, int fadeSamples,
                  bool useFirstSample);
 
-    /// Runs `count` samples; `out` may be `in`.
+    /// Runs `count` samples; `out` may be `in`, or null while nobody listens.
     void process(const double* in, double* out, int count) LUM_REALTIME;
     /// Asks for another length. It is reached by a crossfade from the next sample on; while a fade
     /// runs, it waits.

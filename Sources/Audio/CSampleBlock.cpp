@@ -12,9 +12,9 @@ constexpr size_t kDataAlignment = 64; // bytes: a cache line, and more than any 
 
 } // namespace
 
-void CSampleBlock::release() noexcept {
-    assert(count > 0);
-    if (--count == 0) pool->giveBack(this);
+void CSampleBlock::giveBack() noexcept {
+    assert(count == 0);
+    pool->giveBack(this);
 }
 
 CSampleBlockPool::~CSampleBlockPool() {

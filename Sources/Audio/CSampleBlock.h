@@ -21,11 +21,15 @@ public:
     bool isShared() const noexcept { return count > 1; }
     void addReference() noexcept { count++; }
     /// Gives the block back to its pool when the last reference goes.
-    void release() noexcept;
+    void release() noexcept {
+        if (--count == 0) giveBack();
+    }
 
 private:
     friend class CSampleBlockPool;
     CSampleBlock() = default;
+    void giveBack() noexcept;
+
     void* allocation = nullptr;
     CSampleBlockPool* pool = nullptr;
     CSampleBlock* next = nullptr; // link of a free list

@@ -1,5 +1,7 @@
 #include "Audio/Processes/CModBypass.h"
 
+#include <algorithm>
+
 namespace lum {
 
 namespace {
@@ -41,6 +43,13 @@ void CModBypassModule::process(int frames) LUM_REALTIME {
             noise.fill(channel.output.samples(), frames);
         }
     }
+}
+
+bool CModBypass::readsPort(int number) const LUM_REALTIME {
+    return number != kDryPort ||
+           std::any_of(getRunList().begin(), getRunList().end(), [](const CAudioModule* module) {
+               return module && static_cast<const CModBypassModule*>(module)->isDryHeard();
+           });
 }
 
 /// The dry slot of this module's own channel, or failing that the last one of its group.

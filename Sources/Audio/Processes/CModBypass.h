@@ -20,6 +20,7 @@ public:
     void update() LUM_REALTIME override;
     void registerParams() override;
     void process(int frames) LUM_REALTIME;
+    bool isDryHeard() const LUM_REALTIME { return !isWet && !isMuted; }
 
 private:
     void findDrySlot() LUM_REALTIME;
@@ -33,6 +34,10 @@ private:
     CNoiseFloor noise;
 };
 
-class CModBypass : public CAudioProcessTerminal<CModBypassModule> {};
+/// The dry signal waits in the delays that align it, and comes out of them when it is heard.
+class CModBypass : public CAudioProcessTerminal<CModBypassModule> {
+public:
+    bool readsPort(int number) const LUM_REALTIME override;
+};
 
 } // namespace lum
