@@ -185,7 +185,8 @@ void addBenchCommand(CLI::App& program) {
         "differently\n"
         "is said by the options above with \"against-\" in front, as --against-set 3=0.34; what "
         "is\n"
-        "left open is as for the first. Without --against the second is the same plug-in.\n\n"
+        "left open is as for the first, but for --cold; another plug-in has a state of its own.\n"
+        "Without --against the second is the same plug-in.\n\n"
         "Examples: sorrel-host bench --block 64 --rate 96000 --automate 1\n"
         "          sorrel-host bench --bits 64 --against-bits 32");
     addPluginOption(*command, options->first.plugin);

@@ -244,7 +244,7 @@ void CModFilterFIRModule::process(int frames) {
         CModuleChannel& channel = channels[i];
         CChannelFilter& filter = filters[i];
         channel.output = channel.input->block;
-        if (!channel.output || !isFiltering) continue;
+        if (!isFiltering) continue;
         CSampleBlockRef out = getPool().take(frames);
         const double* in = channel.output.samples();
         if (filter.convolver) filter.convolver->process(in, out.samples(), frames);
