@@ -128,8 +128,10 @@ int runAll(const Options& options) {
 void addOptions(CLI::App& program, Options& options) {
     Task& task = options.task;
     program.add_option("PLUGIN", task.plugin, "The plug-in's .so file")->required();
-    auto* quick = program.add_flag("--quick", options.isQuick, "Ten to thirty seconds (the default)");
-    program.add_flag("--long", task.isLong, "More of the same; half an hour of it is threads")->excludes(quick);
+    auto* quick =
+        program.add_flag("--quick", options.isQuick, "Ten to thirty seconds (the default)");
+    program.add_flag("--long", task.isLong, "More of the same; half an hour of it is threads")
+        ->excludes(quick);
     program.add_option("--only", options.only, "Only checks whose GROUP/NAME contains this text");
     program.add_option("--golden", task.goldenFolder,
                        "Folder of chunks that must load to the values written beside them");
