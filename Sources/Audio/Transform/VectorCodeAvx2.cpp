@@ -2,9 +2,7 @@
 
 #if defined(__x86_64__)
 
-#include "Audio/Transform/SampleLoops.h"
-#include "Audio/Transform/SpectrumLoops.h"
-#include "Audio/Transform/TransformPasses.h"
+#include "Audio/Transform/VectorCodeOfPoints.h"
 
 #include <immintrin.h>
 
@@ -97,27 +95,10 @@ struct CVec4 {
 };
 
 using CFourPoints = CPoints<CVec4>;
-using CPasses = CTransform<CFourPoints, 9>; // orders 5 to 13
-using CPacked = CPackedLayout<CFourPoints>;
-using CBlocked = CBlockedLayout<CFourPoints>;
-using CLoops = CSpectrumLoops<CFourPoints>;
-using CSamples = CSampleLoops<CFourPoints>;
 
 } // namespace
 
-const CVectorCode kVectorCodeAvx2 = {
-    &CPasses::forward<CPacked>,
-    &CPasses::inverse<CPacked>,
-    &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>,
-    &CLoops::mulPacked,
-    &CLoops::addProductComplex,
-    &CLoops::sumProducts,
-    &CLoops::sumRows,
-    &CLoops::dotProduct,
-    &CSamples::widen,
-    &CSamples::narrow,
-};
+const CVectorCode kVectorCodeAvx2 = vectorCodeOfPoints<CFourPoints, 9>(); // orders 5 to 13
 
 } // namespace lum
 

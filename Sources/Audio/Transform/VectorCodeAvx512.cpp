@@ -2,9 +2,7 @@
 
 #if defined(__x86_64__)
 
-#include "Audio/Transform/SampleLoops.h"
-#include "Audio/Transform/SpectrumLoops.h"
-#include "Audio/Transform/TransformPasses.h"
+#include "Audio/Transform/VectorCodeOfPoints.h"
 
 #include <immintrin.h>
 
@@ -203,27 +201,9 @@ struct CWidePoints {
     static constexpr int kSumsAtOnce = 4; // eight chains; more of them gain nothing
 };
 
-using CPasses = CTransform<CWidePoints, 9>; // orders 5 to 13
-using CPacked = CPackedLayout<CWidePoints>;
-using CBlocked = CBlockedLayout<CWidePoints>;
-using CLoops = CSpectrumLoops<CWidePoints>;
-using CSamples = CSampleLoops<CWidePoints>;
-
 } // namespace
 
-const CVectorCode kVectorCodeAvx512 = {
-    &CPasses::forward<CPacked>,
-    &CPasses::inverse<CPacked>,
-    &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>,
-    &CLoops::mulPacked,
-    &CLoops::addProductComplex,
-    &CLoops::sumProducts,
-    &CLoops::sumRows,
-    &CLoops::dotProduct,
-    &CSamples::widen,
-    &CSamples::narrow,
-};
+const CVectorCode kVectorCodeAvx512 = vectorCodeOfPoints<CWidePoints, 9>(); // orders 5 to 13
 
 } // namespace lum
 

@@ -1,6 +1,4 @@
-#include "Audio/Transform/SampleLoops.h"
-#include "Audio/Transform/SpectrumLoops.h"
-#include "Audio/Transform/TransformPasses.h"
+#include "Audio/Transform/VectorCodeOfPoints.h"
 #include "Audio/Transform/VectorCodeSets.h"
 
 namespace lum {
@@ -97,26 +95,9 @@ struct CVec4 {
 };
 
 using CFourPoints = CPoints<CVec4>;
-using CPasses = CTransform<CFourPoints, 0>;
-using CPacked = CPackedLayout<CFourPoints>;
-using CBlocked = CBlockedLayout<CFourPoints>;
-using CLoops = CSpectrumLoops<CFourPoints>;
-using CSamples = CSampleLoops<CFourPoints>;
 
 } // namespace
 
-const CVectorCode kVectorCodePlain = {
-    &CPasses::forward<CPacked>,
-    &CPasses::inverse<CPacked>,
-    &CPasses::forwardHalves<CBlocked>,
-    &CPasses::inverse<CBlocked>,
-    &CLoops::mulPacked,
-    &CLoops::addProductComplex,
-    &CLoops::sumProducts,
-    &CLoops::sumRows,
-    &CLoops::dotProduct,
-    &CSamples::widen,
-    &CSamples::narrow,
-};
+const CVectorCode kVectorCodePlain = vectorCodeOfPoints<CFourPoints, 0>();
 
 } // namespace lum

@@ -3,7 +3,7 @@
 #include "Audio/Transform/VectorCode.h"
 
 /// One set of inner loops per instruction set, each made in a file of its own from the shared
-/// algorithms of TransformPasses.h and SpectrumLoops.h.
+/// algorithms that VectorCodeOfPoints.h gathers.
 namespace lum {
 
 extern const CVectorCode kVectorCodePlain;
