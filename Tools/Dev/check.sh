@@ -47,6 +47,9 @@ check_tsan() { build_tsan && test_tsan; }
 
 check_realtime() { build/release/tests_realtime; }
 
+# Killed writers, full disks, damaged data, refused memory.
+check_faults() { build/release/tests_faults; }
+
 # The whole binary as a host sees it.
 check_conformance() { validate_product release --quick; }
 
@@ -119,5 +122,5 @@ cmd_lint() {
 
 cmd_check() {
   need "${PACKAGES_BUILD[@]}" "${PACKAGES_TEST[@]}" "${PACKAGES_CHECK[@]}"
-  run_steps format includes words gcc registered headers realtime conformance tidy fuzz tsan
+  run_steps format includes words gcc registered headers realtime faults conformance tidy fuzz tsan
 }
