@@ -264,7 +264,7 @@ private:
     }
 
     ScriptedInstance plugin_;
-    const int blocks_ = blocksToRun(4000);
+    const int blocks_ = blocksToRun(10000);
     std::atomic<int> turn_{0}; // odd: the control side's, even: the audio side's
 };
 
