@@ -36,14 +36,6 @@ else()
   message(STATUS "python3 not found: no benchmark of a whole frame")
 endif()
 
-find_path(FFTW3_INCLUDE fftw3.h)
-find_library(FFTW3_LIBRARY fftw3)
-
-if(NOT FFTW3_INCLUDE OR NOT FFTW3_LIBRARY)
-  message(STATUS "FFTW not found: no benchmarks")
-  return()
-endif()
-
 function(lum_benchmark name)
   add_executable(${name} ${CMAKE_SOURCE_DIR}/Benchmarks/${ARGN})
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/Benchmarks ${FFTW3_INCLUDE})

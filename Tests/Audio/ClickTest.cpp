@@ -2,7 +2,7 @@
 // what a raised-cosine morph between the two settled signals adds there.
 
 #include "Audio/StateFixture.h"
-#include "Audio/Transform/CFFTPlan.h"
+#include "Validate/StrayEnergy.h"
 
 #include <array>
 #include <cmath>
@@ -13,15 +13,13 @@ namespace lum::test {
 namespace {
 
 constexpr double kRate = 44100.0;
-constexpr int kLatency = 392; // frames at this rate
-constexpr int kBlock = 64;    // frames
-constexpr int kOrder = 14;
-constexpr int kFrames = 1 << kOrder;      // of a run, all analysed
+constexpr int kLatency = 392;             // frames at this rate
+constexpr int kBlock = 64;                // frames
+constexpr int kFrames = 16384;            // of a run, all analysed
 constexpr int kChanges[] = {6400, 10816}; // frames: there and back, a tenth of a second apart
 constexpr double kTones[] = {220.0, 997.0, 3100.0};
-constexpr double kDistances[] = {300.0, 1000.0, 3000.0}; // Hz from the tones
-constexpr double kTolerance = 6.0;                       // dB over the ideal
-constexpr double kFloor = -170.0;                        // dB, a little above the window's leakage
+constexpr double kTolerance = 6.0; // dB over the ideal
+constexpr double kFloor = -170.0;  // dB, a little above the window's leakage
 
 using Signal = std::vector<double>;
 using Stereo = std::array<Signal, 2>;
@@ -32,54 +30,6 @@ double tonesAt(int channel, int frame) {
     for (const double hz : kTones)
         sum += 0.3 * std::sin(2.0 * std::numbers::pi * hz * frame / kRate + hz + channel);
     return sum;
-}
-
-/// The modified Bessel function of the first kind, order 0.
-double bessel(double x) {
-    double sum = 1.0;
-    double term = 1.0;
-    for (int k = 1; k < 80; k++) {
-        term *= x / (2.0 * k) * (x / (2.0 * k));
-        sum += term;
-    }
-    return sum;
-}
-
-/// Spectrum behind a Kaiser window, whose side lobes lie 190 dB down: the tones themselves stay
-/// within 30 Hz.
-Signal spectrumOf(const Signal& samples) {
-    constexpr double kBeta = 26.0;
-    const auto free = [](double* memory) { std::free(memory); };
-    const std::unique_ptr<double, decltype(free)> memory(
-        static_cast<double*>(std::aligned_alloc(64, kFrames * sizeof(double))), free);
-    double* data = memory.get();
-    for (int i = 0; i < kFrames; i++) {
-        const double x = 2.0 * (i + 0.5) / kFrames - 1.0;
-        data[i] = samples[static_cast<size_t>(i)] * bessel(kBeta * std::sqrt(1.0 - x * x));
-    }
-    CFFTPlan* plan = CFFTPlan::acquire(kOrder);
-    plan->forward(data);
-    CFFTPlan::release(plan);
-    const double scale = 2.0 / kFrames / bessel(kBeta);
-    Signal out(data, data + kFrames);
-    for (double& value : out) value *= scale;
-    return out;
-}
-
-/// Energy further than each distance from every tone, in dB of a tone of level 1.
-std::array<double, 3> strayEnergy(const Signal& samples) {
-    const Signal bins = spectrumOf(samples);
-    std::array<double, 3> energies = {1e-40, 1e-40, 1e-40};
-    for (size_t bin = 1; bin < kFrames / 2; bin++) {
-        const double hz = static_cast<double>(bin) * kRate / kFrames;
-        double nearest = kRate;
-        for (const double tone : kTones) nearest = std::min(nearest, std::abs(hz - tone));
-        const double energy = bins[2 * bin] * bins[2 * bin] + bins[2 * bin + 1] * bins[2 * bin + 1];
-        for (size_t d = 0; d < energies.size(); d++)
-            if (nearest > kDistances[d]) energies[d] += energy;
-    }
-    for (double& energy : energies) energy = 10.0 * std::log10(energy);
-    return energies;
 }
 
 class Clicks : public StateFixture {
@@ -136,22 +86,15 @@ protected:
         run(out, kChanges[1], kFrames);
         return out;
     }
-    /// The ideal: each change crosses over `seconds` by the raised cosine, `delay` frames behind
-    /// it.
+    /// The ideal, `delay` frames behind each change.
     static Signal morph(const Signal& first, const Signal& second, int delay, double seconds) {
         const double length = std::round(seconds * kRate);
-        Signal out;
-        for (int i = 0; i < kFrames; i++) {
-            double share = 0.0; // of the second
-            for (const int change : kChanges) {
-                const double k = std::clamp<double>(i - change - delay, 0.0, length);
-                const double step = 0.5 - 0.5 * std::cos(std::numbers::pi * k / length);
-                share += change == kChanges[0] ? step : -step;
-            }
-            const auto at = static_cast<size_t>(i);
-            out.push_back((1.0 - share) * first[at] + share * second[at]);
-        }
-        return out;
+        const validate::Crossover changes[] = {{kChanges[0] + delay, length},
+                                               {kChanges[1] + delay, length}};
+        return validate::morphOf(first, second, changes);
+    }
+    static validate::StrayEnergy strayEnergy(const Signal& samples) {
+        return validate::strayEnergyOf(samples, kRate, kTones);
     }
 
     struct Case {
@@ -171,10 +114,11 @@ protected:
                 strayEnergy(morph(first[channel], second[channel], c.delay, c.seconds));
             for (size_t d = 0; d < got.size(); d++) {
                 EXPECT_LT(got[d], std::max(ideal[d] + kTolerance, kFloor))
-                    << c.name << ", channel " << channel << ", beyond " << kDistances[d] << " Hz";
+                    << c.name << ", channel " << channel << ", beyond "
+                    << validate::kStrayDistances[d] << " Hz";
                 if (std::getenv("LUM_SHOW_CLICKS"))
                     std::printf("%-14s channel %zu beyond %4.0f Hz: %7.1f dB, ideal %7.1f dB\n",
-                                c.name, channel, kDistances[d], got[d], ideal[d]);
+                                c.name, channel, validate::kStrayDistances[d], got[d], ideal[d]);
             }
         }
     }

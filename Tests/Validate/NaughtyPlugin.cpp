@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <numbers>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -17,7 +18,8 @@ namespace {
 
 using namespace lum::vst;
 
-constexpr int kDelay = 32; // frames
+constexpr int kDelay = 32;  // frames
+constexpr int kFade = 1000; // frames
 
 bool has(const char* fault) {
     const char* wanted = std::getenv("NAUGHTY");
@@ -34,6 +36,8 @@ void* allocate(std::size_t size) {
 struct Plugin {
     AEffect effect{};
     float gain = 0.5F;
+    float from = 0.5F, to = 0.5F; // of the present fade
+    int faded = kFade;            // frames of it
     float line[kDelay] = {};
     int position = 0;
     bool isRunning = false;
@@ -43,6 +47,19 @@ struct Plugin {
 
 Plugin& self(AEffect* effect) {
     return *static_cast<Plugin*>(effect->object);
+}
+
+/// The gain of the next frame: it crosses over by the raised cosine, and what comes then waits.
+float nextGain(Plugin& plugin) {
+    if (plugin.faded == kFade && plugin.to != plugin.gain) {
+        plugin.from = plugin.to;
+        plugin.to = plugin.gain;
+        plugin.faded = has("clicks") ? kFade : 0;
+    }
+    if (plugin.faded == kFade) return plugin.to;
+    const double share = static_cast<double>(++plugin.faded) / kFade;
+    const double step = has("ramps") ? share : 0.5 - 0.5 * std::cos(std::numbers::pi * share);
+    return static_cast<float>(plugin.from + step * (plugin.to - plugin.from));
 }
 
 template <class Sample>
@@ -57,7 +74,7 @@ void process(AEffect* effect, Sample** in, Sample** out, std::int32_t frames) {
         plugin.position = (plugin.position + 1) % kDelay;
         if (has("keeps-nan")) heard += plugin.held = 0.5F * (plugin.held + heard * 1e-9F);
         if (has("depends-on-blocks") && i == 0) heard += 1e-6F;
-        out[0][i] = static_cast<Sample>(heard * plugin.gain);
+        out[0][i] = static_cast<Sample>(heard * nextGain(plugin));
     }
     if (has("writes-beside")) out[0][frames] = Sample(0.25);
 }
@@ -114,6 +131,8 @@ std::intptr_t dispatch(AEffect* effect, std::int32_t opcode, std::int32_t, std::
         return 1;
     case kEffectMainsChanged:
         if (value) misbehaveAtResume();
+        plugin.to = plugin.gain;
+        plugin.faded = kFade;
         return 0;
     case kEffectGetChunk:
         return getChunk(plugin, static_cast<void**>(ptr));

@@ -42,6 +42,8 @@ constexpr Fault kFaults[] = {
     {"sets-folder", "callsLeaveTheProcessAsItIs"},
     {"starts-thread", "threadsExistOnlyForBlocks"},
     {"makes-file", "scanningLeavesAndNeedsNothing"},
+    {"clicks", "aJumpOfAParameterIsAMorph"},
+    {"ramps", "aRestoredStateIsAMorph"},
     {"crashes", "theFieldIsTheDelayHeard"},
 #ifdef LUM_HAS_GUARD // a sanitizer has its own memory, and stands where the guard would
     {"leaks", "loadedAndUnloadedManyTimes"},

@@ -3,8 +3,8 @@
 # Fonts, image sets and the programs that show them.
 PACKAGES_GRAPHICS=(pkg-config librsvg2-dev libfreetype-dev libpng-dev fonts-inter fonts-dejavu-core)
 PACKAGES_BUILD=(g++ make cmake ninja-build ccache zlib1g-dev liblz4-dev libpugixml-dev libcli11-dev
-  libsndfile1-dev "${PACKAGES_GRAPHICS[@]}")
-PACKAGES_TEST=(libgtest-dev libbenchmark-dev libfftw3-dev libpixman-1-dev)
+  libsndfile1-dev libfftw3-dev "${PACKAGES_GRAPHICS[@]}")
+PACKAGES_TEST=(libgtest-dev libbenchmark-dev libpixman-1-dev)
 PACKAGES_VALIDATE=(locales) # for a locale with a decimal comma
 PACKAGES_CHECK=("${PACKAGES_VALIDATE[@]}" git clang clang-format clang-tidy libclang-rt-14-dev)
 PACKAGES_BENCH=(python3 lsp-plugins-vst) # two plug-ins of it serve as yardsticks

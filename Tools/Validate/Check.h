@@ -66,6 +66,7 @@ std::span<const Check> politenessChecks();
 std::span<const Check> crowdChecks();
 std::span<const Check> realtimeChecks();
 std::span<const Check> threadChecks();
+std::span<const Check> clickChecks();
 
 /// A line of text in the manner of printf.
 [[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...);

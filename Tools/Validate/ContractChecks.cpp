@@ -46,6 +46,7 @@ enum class Step {
     RateA,    // 48 kHz, 512 frames
     RateB,    // 44.1 kHz, 1,024 frames
     Arrange,
+    ArrangeBack, // what the plug-in shows of it
     LoadBank,
     LoadProgram,
     Resume,
@@ -83,8 +84,8 @@ std::vector<HostRow> hostRows() {
         {"arrangement, then state while running",
          2400,
          48000,
-         {Open, RateA, Arrange, Resume, Start, LoadProgram, Process, LoadBank, Process, Stop,
-          Suspend, RateB, Resume, Process}},
+         {Open, RateA, Arrange, ArrangeBack, Resume, Start, LoadProgram, Process, LoadBank, Process,
+          Stop, Suspend, RateB, Resume, Process}},
         {"never suspended", 2400, 48000, {Open, RateA, Resume, Process, Resume, Process}},
         {"processed without a word", 2400, 48000, {Process}},
     };
@@ -116,6 +117,14 @@ void arrange(Subject& subject) {
     subject.send(kEffectSetSpeakerArrangement, 0, reinterpret_cast<std::intptr_t>(&in), &out);
 }
 
+void arrangeBack(Subject& subject) {
+    SpeakerArrangement* in = nullptr;
+    SpeakerArrangement* out = nullptr;
+    const auto shown = reinterpret_cast<std::intptr_t>(&in);
+    if (subject.send(kEffectGetSpeakerArrangement, 0, shown, &out) == 1 && in && out)
+        subject.send(kEffectSetSpeakerArrangement, 0, reinterpret_cast<std::intptr_t>(in), out);
+}
+
 void take(Subject& subject, Step step) {
     switch (step) {
     case Step::Open:
@@ -134,6 +143,8 @@ void take(Subject& subject, Step step) {
         return subject.setRate(44100, 1024);
     case Step::Arrange:
         return arrange(subject);
+    case Step::ArrangeBack:
+        return arrangeBack(subject);
     case Step::LoadBank:
         subject.load(false, subject.chunk(false));
         return;

@@ -125,6 +125,18 @@ void writeGolden(const fs::path& plugin, const fs::path& folder) {
     }
 }
 
+std::vector<GoldenChunk> goldenPrograms(const fs::path& folder) {
+    std::vector<GoldenChunk> chunks;
+    if (folder.empty()) return chunks;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        const std::string name = entry.path().stem().string();
+        if (entry.path().extension() == ".chunk" && name.starts_with("program"))
+            chunks.push_back({name, readBytes(entry.path())});
+    }
+    std::ranges::sort(chunks, {}, &GoldenChunk::name);
+    return chunks;
+}
+
 std::span<const Check> goldenChecks() {
     static constexpr Check kChecks[] = {
         {"State", "goldenChunksLoadToTheirValues", &goldenChunks, 30},

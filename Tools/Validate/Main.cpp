@@ -54,7 +54,7 @@ std::vector<Check> allChecks() {
     std::vector<Check> checks;
     for (const auto& list : {contractChecks(), blockChecks(), latencyChecks(), stateChecks(),
                              goldenChecks(), numberChecks(), peakChecks(), politenessChecks(),
-                             crowdChecks(), realtimeChecks(), threadChecks()})
+                             clickChecks(), crowdChecks(), realtimeChecks(), threadChecks()})
         checks.insert(checks.end(), list.begin(), list.end());
     return checks;
 }

@@ -1,6 +1,7 @@
 // Numbers that no signal should have, and what they cost.
 
 #include "Validate/Check.h"
+#include "Validate/Golden.h"
 #include "Validate/Signals.h"
 #include "Validate/Subject.h"
 
@@ -164,6 +165,36 @@ Outcome badInputDuringChanges(const Task& task) {
     return findings.outcome(text("finite after at most %d frames", worst));
 }
 
+/// A state that other processes make begins with whatever the input is at that moment.
+Outcome badInputAtRestoredStates(const Task& task) {
+    const host::PluginModule module(task.plugin);
+    const auto states = goldenPrograms(task.goldenFolder);
+    if (states.empty()) return skip("no folder given with --golden");
+    Findings findings;
+    Subject subject(module);
+    subject.start(kRate);
+    int worst = 0;
+    int count = 0;
+    const int rounds = task.count(1, 20);
+    for (int i = 0; i < rounds; i++)
+        for (const GoldenChunk& state : states)
+            for (const Poison<float>& poison : kPoisons<float>) {
+                subject.load(true, state.bytes);
+                auto input = noise<float>(subject.inputs(), 9600);
+                Random random(17);
+                const int bad = count++ % 3 == 0 ? 1 : 64;
+                for (auto& channel : input)
+                    std::generate_n(channel.begin(), bad, [&] { return poison.make(random); });
+                const auto output = render(subject, input);
+                const int frames =
+                    framesUntil(output, output, bad - 1, std::numeric_limits<double>::infinity());
+                findings.expect(frames <= kRecovery, text("%s with %s: not finite for %d frames",
+                                                          state.name.c_str(), poison.name, frames));
+                worst = std::max(worst, frames);
+            }
+    return findings.outcome(text("%d changes, finite after at most %d frames", count, worst));
+}
+
 /// Seconds for one round of blocks.
 template <class Sample>
 double roundTime(Subject& subject, Planar<Sample>& input, Planar<Sample>& output, int blocks) {
@@ -229,6 +260,7 @@ std::span<const Check> numberChecks() {
     static constexpr Check kChecks[] = {
         {"Numbers", "badInputIsForgottenSoon", &badInput, 40},
         {"Numbers", "badInputDuringChangesIsForgottenSoon", &badInputDuringChanges, 20},
+        {"Numbers", "badInputAtRestoredStatesIsForgottenSoon", &badInputAtRestoredStates, 60},
         {"Numbers", "denormalsCostNoMoreThanNoise", &denormalCost, 30},
     };
     return kChecks;
