@@ -3,6 +3,8 @@
 #include "Audio/CAudioInterfaceDataProvider.h"
 #include "Audio/CAudioVizCollector.h"
 
+#include <array>
+
 namespace lum {
 namespace {
 
@@ -93,11 +95,22 @@ void CAudioInterfaceBase::sendChannelCounts() {
     sendIoChannelCountsTo(kAllClients);
 }
 
+/// Sends again what somebody else's news has overtaken.
 void CAudioInterfaceBase::sendIoChannelCountsTo(int clientId) {
     if (!provider) return;
-    CParamMessage message("update-io-channel-counts");
-    message.add(provider->getInChannelCount()).add(provider->getOutChannelCount());
-    send(clientId, message.add(provider->getSideChainChannelCount()));
+    const auto read = [this] {
+        return std::array{provider->getInChannelCount(), provider->getOutChannelCount(),
+                          provider->getSideChainChannelCount()};
+    };
+    auto counts = read();
+    for (bool isTrue = false; !isTrue;) {
+        CParamMessage message("update-io-channel-counts");
+        for (const int count : counts) message.add(count);
+        send(clientId, message);
+        const auto present = read();
+        isTrue = present == counts;
+        counts = present;
+    }
 }
 
 CErrorResult CAudioInterfaceBase::onRequestInternalChannelCount() {

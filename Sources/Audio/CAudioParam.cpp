@@ -27,15 +27,16 @@ private:
 
 // CAudioParamGuard
 
-CAudioParamGuard::CAudioParamGuard(CAudioParam& target) : param(target) {
-    param.collector.acquireGuard();
+CAudioParamGuard::CAudioParamGuard(CAudioParam& target, Kind guardKind)
+    : param(target), kind(guardKind) {
+    if (kind == Kind::Usual) param.collector.acquireGuard();
     param.lock.enter();
 }
 
 CAudioParamGuard::~CAudioParamGuard() {
     CAudioParamCollector& collector = param.collector;
     param.lock.leave();
-    collector.releaseGuard();
+    if (kind == Kind::Usual) collector.releaseGuard();
 }
 
 // CAudioParamBatch
@@ -301,11 +302,16 @@ void CAudioParam::takeAllGroups(const CAudioParamStorage& loaded, const CChangeC
 
 void CAudioParam::takeOneGroup(const CAudioParamStorage& loaded, const CChangeContext& context,
                                int group, int element, CAudioParamGuard& guard) {
-    CAudioParamChange change = element < 0 || loaded.getElementCount(0) == 0
-                                   ? CAudioParamChange::ofGroup(loaded, 0, nullptr)
-                                   : CAudioParamChange::ofElements(loaded, 0, 0, 1, nullptr);
+    // A block without elements stands for the defaults of the group that it is for.
+    const bool isGiven = loaded.getElementCount(0) > 0;
+    const CAudioParamStorage& source = isGiven ? loaded : getInfo()->defaults;
+    const int from = isGiven ? 0 : group;
+    CAudioParamChange change =
+        element < 0
+            ? CAudioParamChange::ofGroup(source, from, nullptr)
+            : CAudioParamChange::ofElements(source, from, isGiven ? 0 : element, 1, nullptr);
     change.group = group;
-    if (change.elementCount > 0) change.firstElement = std::max(element, 0);
+    if (element >= 0) change.firstElement = element;
     applyChange(change, context, &guard);
 }
 

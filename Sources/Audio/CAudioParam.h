@@ -22,7 +22,11 @@ class CParamUndoRecord;
 /// collector closes, its deferred calls to the host run.
 class CAudioParamGuard {
 public:
-    explicit CAudioParamGuard(CAudioParam& target);
+    /// Quiet: deferred calls do not wait for this guard, and its end runs none. For a short change
+    /// that is made under a lock for which the host, in such a call, may be waiting.
+    enum class Kind { Usual, Quiet };
+
+    explicit CAudioParamGuard(CAudioParam& target, Kind guardKind = Kind::Usual);
     ~CAudioParamGuard();
     CAudioParamGuard(const CAudioParamGuard&) = delete;
     CAudioParamGuard& operator=(const CAudioParamGuard&) = delete;
@@ -30,6 +34,7 @@ public:
 
 private:
     CAudioParam& param;
+    const Kind kind;
 };
 
 /// Guards of up to N parameters, closed in the reverse order.

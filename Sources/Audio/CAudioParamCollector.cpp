@@ -348,16 +348,69 @@ void CAudioParamCollector::removeAudioListener(CAudioListenerNode& node) {
 // Deferred calls
 
 void CAudioParamCollector::acquireGuard(bool isBatch) {
+    const uint64_t thread = platform::currentThreadId();
     platform::CSpinGuard hold(deferredLock);
     (isBatch ? batchCount : guardCount)++;
+    if (CHolder* holder = findHolder(thread))
+        holder->depth++;
+    else
+        holders.push_back({thread, 1});
 }
 
 void CAudioParamCollector::releaseGuard(bool isBatch) {
+    bool isLastOfThread = false;
     {
         platform::CSpinGuard hold(deferredLock);
         (isBatch ? batchCount : guardCount)--;
+        CHolder* holder = findHolder(platform::currentThreadId());
+        isLastOfThread = --holder->depth == 0;
+        if (isLastOfThread) holders.erase(static_cast<size_t>(holder - holders.begin()));
     }
+    if (isLastOfThread) runOwnWork();
     runDeferredCalls();
+}
+
+CAudioParamCollector::CHolder* CAudioParamCollector::findHolder(uint64_t thread) {
+    for (CHolder& holder : holders)
+        if (holder.thread == thread) return &holder;
+    return nullptr;
+}
+
+void CAudioParamCollector::deferWork(CDeferredCallTarget& target) {
+    const uint64_t thread = platform::currentThreadId();
+    {
+        platform::CSpinGuard hold(deferredLock);
+        if (!findOwnWork(&target, false)) deferredWork.push_back({&target, thread, false});
+        if (findHolder(thread)) return;
+    }
+    runOwnWork();
+}
+
+/// Under the lock: work of this thread, of any target where that is null.
+CAudioParamCollector::CDeferredWork* CAudioParamCollector::findOwnWork(CDeferredCallTarget* target,
+                                                                       bool isRunning) {
+    const uint64_t thread = platform::currentThreadId();
+    for (CDeferredWork& work : deferredWork)
+        if (work.thread == thread && work.isRunning == isRunning &&
+            (!target || work.target == target))
+            return &work;
+    return nullptr;
+}
+
+void CAudioParamCollector::runOwnWork() {
+    for (CDeferredCallTarget* done = nullptr;;) {
+        {
+            platform::CSpinGuard hold(deferredLock);
+            if (done)
+                deferredWork.erase(
+                    static_cast<size_t>(findOwnWork(done, true) - deferredWork.begin()));
+            CDeferredWork* work = findOwnWork(nullptr, false);
+            if (!work) return;
+            work->isRunning = true;
+            done = work->target;
+        }
+        done->onDeferredCall(0, 0.0);
+    }
 }
 
 void CAudioParamCollector::deferCall(CDeferredCallTarget& target, int32_t argument, double value) {
@@ -373,8 +426,17 @@ void CAudioParamCollector::cancelDeferredCalls(CDeferredCallTarget& target) {
         platform::CSpinGuard hold(deferredLock);
         for (size_t i = deferredCalls.size(); i-- > 0;)
             if (deferredCalls[i].target == &target) deferredCalls.erase(i);
-        // A target may end in its own call; else another thread must be out of it.
-        if (calledNow != &target || callingThread == platform::currentThreadId()) return;
+        bool isElsewhere = calledNow == &target && callingThread != platform::currentThreadId();
+        for (size_t i = deferredWork.size(); i-- > 0;) {
+            const CDeferredWork& work = deferredWork[i];
+            if (work.target != &target) continue;
+            if (!work.isRunning)
+                deferredWork.erase(i);
+            else
+                isElsewhere |= work.thread != platform::currentThreadId();
+        }
+        // A target may end in its own call; else other threads must be out of it.
+        if (!isElsewhere) return;
     }
 }
 

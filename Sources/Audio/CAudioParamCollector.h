@@ -31,7 +31,7 @@ struct CAudioListenerNode {
     uint8_t* anyDirty = nullptr; // set with `dirty`, one for several listeners; null: none
 };
 
-/// A call that waits until no guard or batch is open.
+/// A call that waits until no guard or batch is open, or work that waits for its own thread's.
 class CDeferredCallTarget : public virtual CCheckedObject {
 public:
     virtual void onDeferredCall(int32_t argument, double value) = 0;
@@ -89,7 +89,13 @@ public:
     /// when none is open now. Calls run one at a time in the order in which they were deferred,
     /// whatever threads they come from, so that a host hears the latest value last.
     void deferCall(CDeferredCallTarget& target, int32_t argument, double value);
-    /// Forgets the calls of a target that goes away, and waits for one that another thread is in.
+    /// Work that a change brings with it and that is too long for whoever happens to close the last
+    /// guard, the host's audio thread perhaps. Runs on the calling thread when that has closed all
+    /// its own guards and batches; now when it has none. A target that waits on this thread
+    /// already is not noted twice. Several threads may be in one target's call.
+    void deferWork(CDeferredCallTarget& target);
+    /// Forgets the calls and the work of a target that goes away, and waits for those that other
+    /// threads are in.
     void cancelDeferredCalls(CDeferredCallTarget& target);
 
     void addSharedParam(std::unique_ptr<CSharedParam> param);
@@ -123,6 +129,15 @@ private:
         int32_t argument;
         double value;
     };
+    struct CDeferredWork {
+        CDeferredCallTarget* target;
+        uint64_t thread;
+        bool isRunning;
+    };
+    struct CHolder {
+        uint64_t thread;
+        int depth; // guards and batches that it has open
+    };
 
     CVector<CAudioParam*, 4> listParams() const;
     CString followRemaps(const CString& name) const;
@@ -134,6 +149,9 @@ private:
     void appendToQueue(CQueuedChange* head, CQueuedChange* tail);
     void runDeferredCalls();
     bool takeDeferredCall(CDeferredCall& out);
+    void runOwnWork();
+    CDeferredWork* findOwnWork(CDeferredCallTarget* target, bool isRunning);
+    CHolder* findHolder(uint64_t thread);
 
     CAudioEnv* env = nullptr;
     CQueuedChange* pendingHead = nullptr; // under the env lock
@@ -144,7 +162,9 @@ private:
     CRegistryList registries;                           // longest hierarchy first; under paramsLock
     bool isStarted = false;                             // under paramsLock
     platform::CSpinLock deferredLock;
-    CVector<CDeferredCall, 4> deferredCalls;  // under deferredLock, and so are the next four
+    CVector<CDeferredCall, 4> deferredCalls; // under deferredLock, and so are the next six
+    CVector<CDeferredWork, 4> deferredWork;
+    CVector<CHolder, 4> holders;
     CDeferredCallTarget* calledNow = nullptr; // a thread is in its call
     uint64_t callingThread = 0;
     int guardCount = 0;

@@ -156,9 +156,10 @@ const CAudioParamInfo* CAudioParamRegistry::findDefinition(const CString& paramN
     if (!shared) return nullptr;
     for (const auto& [from, to] : definitionRemaps) {
         if (!(paramName.substring(0, static_cast<int>(from.length())) == from)) continue;
-        const auto* definition =
-            shared->findAs<CAudioParamDef>(to + paramName.substring(from.length()));
-        if (definition) return &definition->getInfo();
+        const CString path = to + paramName.substring(from.length());
+        const auto* definition = shared->findAs<CAudioParamDef>(path);
+        // A path may lead to an object in many spellings; only one is the parameter's name.
+        if (definition && definition->getInfo().fullName == path) return &definition->getInfo();
     }
     return nullptr;
 }

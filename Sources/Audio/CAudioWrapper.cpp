@@ -104,7 +104,11 @@ void CAudioWrapper::disconnectHost() {
     if (paramRegistry) paramRegistry->setRoutingProvider(nullptr);
     if (extParams)
         for (int i = 0; i < extParams->getCount(); i++) extParams->getParam(i)->setHost(i, nullptr);
-    if (collector) collector->cancelDeferredCalls(*this);
+    if (!collector) return;
+    for (CDeferredCallTarget* target :
+         {static_cast<CDeferredCallTarget*>(this), static_cast<CDeferredCallTarget*>(&editBegins),
+          static_cast<CDeferredCallTarget*>(&editEnds)})
+        collector->cancelDeferredCalls(*target);
 }
 
 CErrorResult CAudioWrapper::init() {
@@ -283,12 +287,12 @@ int CAudioWrapper::findExposedIndex(CAudioParam& param, int element, int group) 
 
 void CAudioWrapper::paramBeginEdit(CAudioParam& param, int element, int group) {
     const int index = findExposedIndex(param, element, group);
-    if (index >= 0 && isInitialised) hostBeginEdit(index);
+    if (index >= 0) collector->deferCall(editBegins, index, 0.0);
 }
 
 void CAudioWrapper::paramEndEdit(CAudioParam& param, int element, int group) {
     const int index = findExposedIndex(param, element, group);
-    if (index >= 0 && isInitialised) hostEndEdit(index);
+    if (index >= 0) collector->deferCall(editEnds, index, 0.0);
 }
 
 void CAudioWrapper::onParamEvent(const CAudioEvent& event) {

@@ -155,6 +155,9 @@ protected:
     /// it, as its operations are gone behind that.
     void disconnectHost();
 
+    /// Reads the settings that count when the host renders offline. Not in a block, nor where a
+    /// block may be waiting, as this opens files.
+    void readOversamplingSettings();
     /// A setting of the user that is on or off.
     static bool readFlag(CAppData& store, const char* record, bool isStandard);
 
@@ -190,7 +193,7 @@ private:
     class CWinSizeParamListener;
     struct CRoutingParams;
     class CStructureListener;
-    /// Runs when no guard is open any more.
+    /// Runs when the thread that has changed the structure holds no guard any more.
     class CGraphCall : public CDeferredCallTarget {
     public:
         explicit CGraphCall(CAudioWrapper& wrapper) : owner(wrapper) {}
@@ -198,6 +201,19 @@ private:
 
     private:
         CAudioWrapper& owner;
+    };
+    /// The begin or the end of an edit, which waits behind the values that came before it.
+    class CEditCall : public CDeferredCallTarget {
+    public:
+        using CTell = void (CAudioWrapper::*)(int32_t index);
+        CEditCall(CAudioWrapper& wrapper, CTell tellHost) : owner(wrapper), tell(tellHost) {}
+        void onDeferredCall(int32_t index, double) override {
+            if (owner.isInitialised) (owner.*tell)(index);
+        }
+
+    private:
+        CAudioWrapper& owner;
+        CTell tell;
     };
 
     // init, in its order
@@ -215,7 +231,6 @@ private:
     // Host state
     /// Leaves the write to a control thread, because this may be the audio thread.
     void writeHostParam(CAudioParam& param, double value) LUM_REALTIME;
-    void readOversamplingSettings();
     void updateOversampling();
     void computeWindowSize(int& width, int& height);
     int findExposedIndex(CAudioParam& param, int element, int group) const;
@@ -261,6 +276,8 @@ private:
     std::unique_ptr<CAudioGraph> firstGraph; // of init, until the first layout
     CVector<std::unique_ptr<CStructureListener>, 8> structureListeners;
     CGraphCall graphCall{*this};
+    CEditCall editBegins{*this, &CAudioWrapper::hostBeginEdit};
+    CEditCall editEnds{*this, &CAudioWrapper::hostEndEdit};
     std::atomic<bool> wantsGraph{false}; // the structure may have changed
     CMap<std::pair<const CAudioParam*, int32_t>, int32_t> exposedIndices; // by parameter and place
 
@@ -299,8 +316,8 @@ private:
     bool lastRecording = false;
     bool isOffline = false;
     int oversamplingMode = 0;
-    int oversamplingLevel = 1;
-    bool forceAutoOversampling = false;
+    std::atomic<int> oversamplingLevel{1}; // of the stores, and so is the next
+    std::atomic<bool> forceAutoOversampling{false};
     bool isRoutingRequested = false; // sticky; under routingLock
 };
 

@@ -28,7 +28,6 @@ constexpr int kMostSettling = 2000; // blocks in which the fades of a resume run
 void CAudioWrapper::start() {
     platform::CFlushToZero mode;
     if (isActive()) return;
-    readOversamplingSettings(); // from the stores, so outside the locks and before a block runs
     bool isNewLayout = false;
     {
         platform::CLockGuard holdGraphs(graphLock);
@@ -133,7 +132,7 @@ std::unique_ptr<CAudioGraph> CAudioWrapper::makeGraph() {
 /// A listener's call, under the guard of the parameter that changes.
 void CAudioWrapper::onStructureChanged() {
     wantsGraph.store(true, std::memory_order_release);
-    collector->deferCall(graphCall, 0, 0.0);
+    collector->deferWork(graphCall);
 }
 
 void CAudioWrapper::updateGraph() {
@@ -235,11 +234,13 @@ void CAudioWrapper::setRecording(bool isHostRecording) {
     writeHostParam(*hostRec, lastRecording ? 1.0 : 0.0);
 }
 
-/// The stores are read here, on a control thread, so that updateOversampling may run on any.
+/// The stores are read here, so that updateOversampling may run in a block.
 void CAudioWrapper::readOversamplingSettings() {
-    CString level;
-    CAppDataGroup::get().getString(level, "oversampling-level", "1");
-    if (!level.parseInt(oversamplingLevel)) oversamplingLevel = 1;
+    CString text;
+    int level = 1;
+    CAppDataGroup::get().getString(text, "oversampling-level", "1");
+    if (!text.parseInt(level)) level = 1;
+    oversamplingLevel = level;
     forceAutoOversampling = readFlag(CAppDataLocal::get(), "force-auto-oversampling", false);
 }
 
@@ -248,7 +249,7 @@ void CAudioWrapper::updateOversampling() {
     if (isOffline) {
         const double rate = getSampleRate();
         const int shift = rate < 72000.0 ? 1 : rate < 144000.0 ? 0 : -1;
-        const int level = std::clamp(std::clamp(oversamplingLevel, -8, 8) + shift, 0, 2);
+        const int level = std::clamp(std::clamp<int>(oversamplingLevel, -8, 8) + shift, 0, 2);
         mode = forceAutoOversampling ? -level : level;
     }
     if (mode == oversamplingMode) return;

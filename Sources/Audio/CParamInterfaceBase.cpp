@@ -3,6 +3,8 @@
 #include "Audio/CAudioParamCollector.h"
 #include "Audio/CAudioParamRegistry.h"
 
+#include <algorithm>
+
 namespace lum {
 namespace {
 
@@ -311,14 +313,22 @@ void CParamInterfaceBase::onHistoryChanged() {
     sendHistory(kAllClients);
 }
 
+/// Sends again what somebody else's news has overtaken, so that the last message is the truth.
 void CParamInterfaceBase::sendHistory(int clientId) {
-    CVector<CString> names;
-    int position = 0;
-    getHistoryNames(names, position);
-    CParamMessage message("update-undo-history");
-    message.add(position).add(names.ssize());
-    for (const CString& name : names) message.add(name);
-    send(clientId, message);
+    CNameList present = readHistory();
+    for (bool isTrue = false; !isTrue;) {
+        CParamMessage message("update-undo-history");
+        message.add(present.current).add(present.names.ssize());
+        for (const CString& name : present.names) message.add(name);
+        send(clientId, message);
+        isTrue = present.becomes(readHistory());
+    }
+}
+
+CParamInterfaceBase::CNameList CParamInterfaceBase::readHistory() {
+    CNameList list;
+    getHistoryNames(list.names, list.current);
+    return list;
 }
 
 // Registries
@@ -352,14 +362,31 @@ CErrorResult CParamInterfaceBase::onUnlistenRegistry() {
     return nullptr;
 }
 
+/// As sendHistory.
 void CParamInterfaceBase::sendRegistry(int32_t id, CAudioParamRegistry& registry, bool isRom) {
-    CVector<CString> names;
-    int current = -1;
-    registry.getPresetNames(isRom, names, current);
-    CParamMessage message("update-registry");
-    message.add(id).add(isRom).add(registry.getId()).add(current).add(names.ssize());
-    for (const CString& name : names) message.add(name);
-    send(clientOf(id), message);
+    CNameList present = readRegistryNames(registry, isRom);
+    for (bool isTrue = false; !isTrue;) {
+        CParamMessage message("update-registry");
+        message.add(id).add(isRom).add(registry.getId());
+        message.add(present.current).add(present.names.ssize());
+        for (const CString& name : present.names) message.add(name);
+        send(clientOf(id), message);
+        isTrue = present.becomes(readRegistryNames(registry, isRom));
+    }
+}
+
+CParamInterfaceBase::CNameList
+CParamInterfaceBase::readRegistryNames(const CAudioParamRegistry& registry, bool isRom) {
+    CNameList list;
+    registry.getPresetNames(isRom, list.names, list.current);
+    return list;
+}
+
+/// Gives whether it was that before.
+bool CParamInterfaceBase::CNameList::becomes(CNameList other) {
+    const bool isSame = current == other.current && std::ranges::equal(names, other.names);
+    *this = std::move(other);
+    return isSame;
 }
 
 CAudioParamRegistry* CParamInterfaceBase::findRegistry(int32_t id) const {

@@ -60,7 +60,15 @@ protected:
 private:
     class CParamListener;
     class CRegistryListener;
+    /// What a list of the user's shows: names, and which of them is current.
+    struct CNameList {
+        CVector<CString> names;
+        int current = -1;
+        bool becomes(CNameList other);
+    };
 
+    CNameList readHistory();
+    static CNameList readRegistryNames(const CAudioParamRegistry& registry, bool isRom);
     void sendHistory(int clientId);
     void sendWholeParam(int32_t id, CAudioParam& param);
     void sendParamInfo(int32_t id, CAudioParam& param, const CAudioParamChange& change);

@@ -16,7 +16,7 @@ CSharedParam::CSharedParam(CAudioParamCollector& owner, const CString& paramName
         defaultText = makeDefaultText();
     }
     CUpdateListener::attach(&owner, &param);
-    load();
+    load(CAudioParamGuard::Kind::Usual);
     storeListener.attach(dataStore, recordName);
 }
 
@@ -39,38 +39,41 @@ CString CSharedParam::makeDefaultText() const {
 
 // From the store to the parameter
 
+/// The store's notifier is locked, and its listeners are of all instances.
 void CSharedParam::CStoreListener::onUpdate(const CUpdateRecord* record) {
     auto* update = static_cast<const CAppDataUpdate*>(record);
     if (update && update->source == owner) return;
-    owner->load();
+    owner->load(CAudioParamGuard::Kind::Quiet);
 }
 
-void CSharedParam::load() {
+void CSharedParam::load(CAudioParamGuard::Kind kind) {
     const CAudioParamInfo* info = param.getInfo();
     if (!info) return;
-    if (info->format.dataType == ParamDataType::Raw) {
-        loadRaw();
-        return;
-    }
-    CString text;
-    dataStore.getString(text, recordName, defaultText);
-    if (info->format.isFloat())
-        loadFloat(*info, text);
+    const CContent content = readRecord(*info);
+    CAudioParamGuard guard(param, kind);
+    take(*info, content, guard);
+}
+
+CSharedParam::CContent CSharedParam::readRecord(const CAudioParamInfo& info) const {
+    CContent content;
+    if (info.format.dataType == ParamDataType::Raw)
+        dataStore.read(recordName, content.bytes, kDataBlock);
     else
-        param.setString(0, 0, text, this);
+        dataStore.getString(content.text, recordName, defaultText);
+    return content;
 }
 
-void CSharedParam::loadFloat(const CAudioParamInfo& info, const CString& text) {
-    if (!info.converter()) return;
-    bool isOk = false;
-    double value = info.converter()->parseText(info, 0, text, isOk);
-    if (isOk) param.setValue(value, 0, this);
-}
-
-void CSharedParam::loadRaw() {
-    CByteBuffer bytes;
-    dataStore.read(recordName, bytes, kDataBlock);
-    if (!bytes.empty()) param.setRaw(0, 0, bytes, this);
+void CSharedParam::take(const CAudioParamInfo& info, const CContent& content,
+                        CAudioParamGuard& guard) {
+    if (info.format.dataType == ParamDataType::Raw) {
+        if (!content.bytes.empty()) param.setRaw(0, 0, content.bytes, this, &guard);
+    } else if (!info.format.isFloat()) {
+        param.setString(0, 0, content.text, this, &guard);
+    } else if (info.converter()) {
+        bool isOk = false;
+        const double value = info.converter()->parseText(info, 0, content.text, isOk);
+        if (isOk) param.setValue(value, 0, this, &guard);
+    }
 }
 
 // From the parameter to the store
@@ -81,41 +84,51 @@ void CSharedParam::onUpdate(const CUpdateRecord* record) {
     if (!update || update->originator == this) return;
     if (update->change->group == kDefinitionGroup) { // only now known: the record goes first
         defaultText = makeDefaultText();
-        load();
+        load(CAudioParamGuard::Kind::Usual);
     } else {
-        if (!isStoreDue.exchange(true)) collector.deferCall(*this, 0, 0.0);
+        collector.deferWork(*this);
     }
 }
 
-/// Calls run one at a time, so the record ends with the value that the parameter has.
+/// Writes until the record has what the parameter has: another instance's value may have come in
+/// between, and that instance has then been told of ours.
 void CSharedParam::onDeferredCall(int32_t, double) {
-    isStoreDue = false;
-    store();
-}
-
-void CSharedParam::store() {
     const CAudioParamInfo* info = param.getInfo();
     if (!info) return;
-    CByteBuffer bytes;
-    CString text;
-    {
-        CAudioParamGuard guard(param);
-        const CAudioParamStorage& values = param.getValues();
-        if (values.getElementCount(0) == 0) return;
-        if (info->format.dataType == ParamDataType::Raw)
-            bytes = values.readRaw(0, 0);
-        else if (info->format.dataType == ParamDataType::String)
-            text = values.readString(0, 0);
-        else if (info->converter())
-            text = info->converter()->formatValue(*info, 0, values.read(0, 0), nullptr,
-                                                  FormatMode::Normal);
-        else
-            return;
+    platform::CLockGuard hold(storeLock);
+    CContent content = readParam(*info);
+    for (bool isStored = false; !isStored;) {
+        write(*info, content);
+        const CContent present = readParam(*info);
+        isStored = present == content;
+        content = present;
     }
-    if (info->format.dataType == ParamDataType::Raw)
-        dataStore.write(recordName, bytes, this, kDataBlock);
+}
+
+CSharedParam::CContent CSharedParam::readParam(const CAudioParamInfo& info) {
+    CContent content;
+    CAudioParamGuard guard(param);
+    const CAudioParamStorage& values = param.getValues();
+    if (values.getElementCount(0) == 0) return content;
+    content.isPresent = true;
+    if (info.format.dataType == ParamDataType::Raw)
+        content.bytes = values.readRaw(0, 0);
+    else if (info.format.dataType == ParamDataType::String)
+        content.text = values.readString(0, 0);
+    else if (info.converter())
+        content.text =
+            info.converter()->formatValue(info, 0, values.read(0, 0), nullptr, FormatMode::Normal);
     else
-        dataStore.setString(recordName, text, this);
+        content.isPresent = false;
+    return content;
+}
+
+void CSharedParam::write(const CAudioParamInfo& info, const CContent& content) {
+    if (!content.isPresent) return;
+    if (info.format.dataType == ParamDataType::Raw)
+        dataStore.write(recordName, content.bytes, this, kDataBlock);
+    else
+        dataStore.setString(recordName, content.text, this);
 }
 
 } // namespace lum

@@ -3,14 +3,13 @@
 #include "Audio/CAudioParamCollector.h"
 #include "Core/CAppData.h"
 
-#include <atomic>
-
 namespace lum {
 
 /// Joins one parameter of an instance to one record of a data store. A number is kept as the text
 /// that its converter makes of it. Owned by the collector. Runs on whatever control thread changes
-/// the parameter or writes the record. The record is written when no parameter's guard is open, as
-/// the record's listeners take the guards of other instances' parameters.
+/// the parameter or writes the record. The record is written by the thread that has changed the
+/// parameter when it holds no guard any more, as the record's listeners take the guards of other
+/// instances' parameters; and never by another thread, which may be the host's audio thread.
 class CSharedParam : public CUpdateListener, public CDeferredCallTarget, public CLumMemAllocator {
 public:
     /// Reads the record into the parameter and then follows both.
@@ -29,10 +28,19 @@ private:
     };
 
     CString makeDefaultText() const;
-    void load();
-    void loadFloat(const CAudioParamInfo& info, const CString& text);
-    void loadRaw();
-    void store();
+    /// One value, as text or as bytes.
+    struct CContent {
+        CString text;
+        CByteBuffer bytes;
+        bool isPresent = false;
+        bool operator==(const CContent&) const = default;
+    };
+
+    void load(CAudioParamGuard::Kind kind);
+    void take(const CAudioParamInfo& info, const CContent& content, CAudioParamGuard& guard);
+    CContent readRecord(const CAudioParamInfo& info) const;
+    CContent readParam(const CAudioParamInfo& info);
+    void write(const CAudioParamInfo& info, const CContent& content);
 
     CAudioParamCollector& collector;
     CAudioParam& param;
@@ -40,7 +48,7 @@ private:
     CString recordName;
     CString defaultText;
     CStoreListener storeListener;
-    std::atomic<bool> isStoreDue{false}; // a call is on its way
+    platform::CLock storeLock; // outside the guards; one thread reads the value and writes it
 };
 
 } // namespace lum

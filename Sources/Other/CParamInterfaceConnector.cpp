@@ -110,6 +110,9 @@ CErrorResult CParamInterfaceClientConnectorUni::attrFps(const CAttrEntry& value)
 }
 
 CErrorResult CParamInterfaceClientConnectorUni::sendToBase(const CByteBuffer& message) {
+    if (!baseConnector) // a late word of a view while the tree goes
+        return LUM_FAIL("@lumstr_CParamInterfaceClientConnectorUni_sendToBase No base object "
+                        "defined.");
     LUM_TRY(baseConnector->processClientData(message));
     return nullptr;
 }

@@ -248,6 +248,48 @@ TEST_F(Collector, deferredCallsWaitForTheLastGuardAndBatch) {
     EXPECT_EQ(calls.log, (std::vector<int32_t>{1, 2, 3, 4, -4, 5}));
 }
 
+/// The host's audio thread may close the last guard at any time; it does nobody else's work.
+TEST_F(Collector, workIsDoneByTheThreadThatOwesItOnceItHoldsNoGuard) {
+    CAudioParam& mine = collector->getParam("mine");
+    CAudioParam& theirs = collector->getParam("theirs");
+    CCallLog works, calls, gone;
+    std::atomic<int> step{0};
+    const auto await = [&](int wanted) {
+        while (step < wanted) std::this_thread::yield();
+    };
+    std::thread other([&] {
+        CAudioParamGuard guard(theirs);
+        step = 1;
+        await(2);
+    });
+    await(1);
+    {
+        CAudioParamGuard outer(mine);
+        CAudioParamGuard inner(mine);
+        collector->deferWork(works);
+        collector->deferWork(works); // one piece is enough
+        collector->deferWork(gone);
+        collector->deferCall(calls, 7, 0.0);
+        EXPECT_TRUE(works.log.empty());
+        collector->cancelDeferredCalls(gone);
+    }
+    EXPECT_EQ(works.log, (std::vector<int32_t>{0})) << "a guard of another thread holds nothing up";
+    EXPECT_TRUE(calls.log.empty());
+    {
+        CAudioParamGuard guard(mine);
+        collector->deferWork(works);
+        step = 2;
+        other.join();
+        EXPECT_EQ(works.log.size(), 1u);
+    }
+    EXPECT_EQ(works.log.size(), 2u);
+    EXPECT_EQ(calls.log, (std::vector<int32_t>{7}));
+    works.next = [&] { collector->cancelDeferredCalls(works); }; // a target may end in its call
+    collector->deferWork(works);
+    EXPECT_EQ(works.log.size(), 3u);
+    EXPECT_TRUE(gone.log.empty());
+}
+
 struct CFakeRegistry : CAudioParamRegistryBase {
     CFakeRegistry(const char* prefix, bool isSelecting, std::string& sharedLog)
         : hierarchy(prefix), enumerated(isSelecting), log(sharedLog) {}

@@ -80,7 +80,10 @@ TEST_F(Registry, programNameAndPresetNameFollowEachOther) {
 TEST_F(Registry, whatAPresetLacksGoesToItsDefault) {
     CAudioPreset preset = capture();
     preset.entries.erase("modOutGain.gain");
-    preset.setEntry("no-such-parameter", preset.entries.begin()->second);
+    // What nothing declares, and other spellings of a path that leads to something declared.
+    const char* const strange[] = {"no-such-parameter", "modOutGain..gain", "modOutGain.gain#0",
+                                   "modOutGain.^modOutGain.gain"};
+    for (const char* key : strange) preset.setEntry(key, preset.entries.begin()->second);
     set("modOutGain.gain", 2.0);
     set("modOutGain.gain", 3.0, 0, 1);
     set("modSorrelGEQ.gains", 3.0, 5, 4);
@@ -90,7 +93,7 @@ TEST_F(Registry, whatAPresetLacksGoesToItsDefault) {
     EXPECT_EQ(wrapper->value("modSorrelGEQ.gains", 5, 4), 1.0);
     bool isMade = false;
     wrapper->getCollector().forEachParam([&](CAudioParam& param) {
-        isMade = isMade || param.getName().endsWith("no-such-parameter");
+        for (const char* key : strange) isMade = isMade || param.getName().endsWith(key);
     });
     EXPECT_FALSE(isMade) << "names from outside must not pile up";
 }

@@ -178,5 +178,23 @@ TEST_F(Wrapper, whatTheClientsAskForIsAnswered) {
     EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{21, -21}));
 }
 
+/// A host that writes automation takes no point behind the end of the gesture.
+TEST_F(Wrapper, theLastValueOfAGestureComesBeforeItsEnd) {
+    startStereo(48000.0);
+    CAudioParam& gains = wrapper->param("modSorrelGEQ.gains");
+    std::vector<int32_t> editsThen;
+    wrapper->onHostCall = [&] { editsThen = wrapper->edits; };
+    {
+        const CDeferredCallHold held(wrapper->getCollector()); // a chunk is being collected, say
+        wrapper->paramBeginEdit(gains, 0, 0);
+        gains.setValue(2.0, 0, this);
+        wrapper->paramEndEdit(gains, 0, 0);
+        EXPECT_TRUE(wrapper->edits.empty());
+    }
+    EXPECT_EQ(wrapper->changes.size(), 1u);
+    EXPECT_EQ(editsThen, (std::vector<int32_t>{1}));
+    EXPECT_EQ(wrapper->edits, (std::vector<int32_t>{1, -1}));
+}
+
 } // namespace
 } // namespace lum::test

@@ -142,6 +142,30 @@ TEST(HostOrder, arrangementsAreSymmetricAndAtMostOurChannels) {
     const auto input = noise<double>(2, 1000); // two pointers are all that the host hands over
     const auto output = render(instance, input);
     EXPECT_NEAR(output[1][999], input[1][999 - 392], 1e-12);
+
+    // A host gives back what it was shown, as it is and crosswise.
+    for (int i = 0; i < 4; i++) {
+        ASSERT_EQ(stored(), 1);
+        SpeakerArrangement* const offered[] = {i % 2 ? out : in, i % 2 ? in : out};
+        EXPECT_EQ(instance.send(kEffectSetSpeakerArrangement, 0,
+                                reinterpret_cast<intptr_t>(offered[0]), offered[1]),
+                  1);
+        ASSERT_EQ(stored(), 1);
+        EXPECT_EQ(in->numChannels, 2);
+        EXPECT_EQ(out->numChannels, 2);
+    }
+    // More channels are offered, and the arrays stay as they are until the host resumes.
+    EXPECT_EQ(offer(4, 4), 1);
+    std::vector<double> untouched(1000, -1.0);
+    std::vector<double> heard[2] = {untouched, untouched};
+    double* ins[4] = {heard[0].data(), heard[1].data(), untouched.data(), untouched.data()};
+    double* outs[4] = {heard[0].data(), heard[1].data(), untouched.data(), untouched.data()};
+    instance.effect->processDoubleReplacing(instance.effect, ins, outs, 1000);
+    EXPECT_EQ(untouched, std::vector<double>(1000, -1.0));
+    instance.suspend();
+    instance.resume();
+    instance.effect->processDoubleReplacing(instance.effect, ins, outs, 1000);
+    EXPECT_EQ(untouched[0], 0.0);
 }
 
 /// Main thread and audio thread at once, as hosts do against the contract.

@@ -97,6 +97,7 @@ CErrorResult CAudioWrapperVST::init() {
     readHost();
     describeEffect();
     {
+        const CDeferredCallHold held(getCollector());
         platform::CLockGuard hold(routingLock);
         refreshChannelNames();
     }
@@ -116,8 +117,8 @@ void CAudioWrapperVST::readHost() {
     system::setFocusOnClick(traits.takesFocusOnClick);
     inputChannels = traits.isMultiChannel && !forceTwoChannels ? intChannelCount : 2;
     outputChannels = inputChannels;
-    inputBusChannels = inputChannels;
-    outputBusChannels = outputChannels;
+    arrangedInputs = inputBusChannels = inputChannels;
+    arrangedOutputs = outputBusChannels = outputChannels;
 }
 
 void CAudioWrapperVST::describeEffect() {
@@ -153,13 +154,21 @@ bool CAudioWrapperVST::setSpeakerArrangement(const SpeakerArrangement& inputs,
     const int outs = outputs.numChannels;
     if (ins > inputChannels || ins < 1 || outs > outputChannels || outs < 0) return false;
     if (ins != outs && (isSymmetricIo || (outs != 1 && outs != 2))) return false;
+    // News that waits runs behind the lock: the host may be in a call that waits for it.
+    const CDeferredCallHold held(getCollector());
     platform::CLockGuard hold(routingLock);
-    inputArrangement.assign(inputs);
-    outputArrangement.assign(outputs);
-    inputBusChannels = ins;
-    outputBusChannels = outs;
+    // A host may give back the very records that it has been shown, also crosswise.
+    const CByteBuffer newInputs = CArrangement::bytesOf(inputs);
+    const CByteBuffer newOutputs = CArrangement::bytesOf(outputs);
+    inputArrangement.assign(newInputs);
+    outputArrangement.assign(newOutputs);
+    arrangedInputs = ins;
+    arrangedOutputs = outs;
+    // The host's arrays may hold no more pointers than this from here on, and no more than before
+    // until it resumes.
+    inputBusChannels = std::min<int>(inputBusChannels, ins);
+    outputBusChannels = std::min<int>(outputBusChannels, outs);
     refreshChannelNames();
-    // From here on the host's arrays may hold no more pointers than this.
     applyFormats(isDoublePrecision);
     return true;
 }
@@ -172,14 +181,22 @@ const SpeakerArrangement* CAudioWrapperVST::getOutputArrangement() {
     return outputArrangement.get();
 }
 
-void CAudioWrapperVST::CArrangement::assign(const SpeakerArrangement& source) {
+CByteBuffer CAudioWrapperVST::CArrangement::bytesOf(const SpeakerArrangement& source) {
     // The array's real length is the channel count; the record's own length is never less.
     const auto channelCount = static_cast<size_t>(source.numChannels);
     const size_t used =
         offsetof(SpeakerArrangement, speakers) + channelCount * sizeof(SpeakerProperties);
-    bytes.resize(std::max(used, sizeof(SpeakerArrangement)));
-    std::memset(bytes.data(), 0, bytes.size());
-    std::memcpy(bytes.data(), &source, used);
+    CByteBuffer copy;
+    copy.resize(std::max(used, sizeof(SpeakerArrangement)));
+    std::memset(copy.data(), 0, copy.size());
+    std::memcpy(copy.data(), &source, used);
+    return copy;
+}
+
+/// In place where it fits, as the host may still look at what it was shown.
+void CAudioWrapperVST::CArrangement::assign(const CByteBuffer& newBytes) {
+    if (bytes.size() != newBytes.size()) bytes.resize(newBytes.size());
+    std::memcpy(bytes.data(), newBytes.data(), newBytes.size());
 }
 
 const SpeakerArrangement* CAudioWrapperVST::CArrangement::get() const {
@@ -227,7 +244,12 @@ void CAudioWrapperVST::suspend() {
 void CAudioWrapperVST::resume() {
     COptionalGuard hold(syncLock.get());
     setSampleRate(storedSampleRate);
-    setOffline(isHostOffline());
+    // Some hosts resume on the audio thread, which must not wait for a disk in real time.
+    const bool isRenderingOffline = isHostOffline();
+    if (isRenderingOffline) readOversamplingSettings();
+    setOffline(isRenderingOffline);
+    inputBusChannels = arrangedInputs.load();
+    outputBusChannels = arrangedOutputs.load();
     applyFormats(isDoublePrecision);
     // A host that repeats the call with another rate or layout means the new one.
     if (isConfigurationDirty()) stop();

@@ -65,7 +65,8 @@ private:
     /// A copy of a host's arrangement; empty when none is set.
     class CArrangement {
     public:
-        void assign(const vst::SpeakerArrangement& source);
+        static CByteBuffer bytesOf(const vst::SpeakerArrangement& source);
+        void assign(const CByteBuffer& newBytes);
         const vst::SpeakerArrangement* get() const;
         int channels() const { return get() ? get()->numChannels : 0; }
         CString speakerName(int channel) const;
@@ -93,9 +94,11 @@ private:
     std::unique_ptr<platform::CLock> syncLock; // null: the host keeps its calls apart
     int inputChannels = 0;
     int outputChannels = 0;
-    std::atomic<int> inputBusChannels{0}; // of the arrangement, else the above
+    std::atomic<int> arrangedInputs{0}; // of the arrangement, else the above
+    std::atomic<int> arrangedOutputs{0};
+    std::atomic<int> inputBusChannels{0}; // the same, but not more than when it last resumed
     std::atomic<int> outputBusChannels{0};
-    CArrangement inputArrangement; // main thread
+    CArrangement inputArrangement; // written under routingLock; the host is shown it
     CArrangement outputArrangement;
     CByteBuffer chunk;              // what the host was given last
     bool isDoublePrecision = false; // the host's last request

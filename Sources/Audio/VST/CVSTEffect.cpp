@@ -15,6 +15,7 @@ constexpr size_t kProgramName = 23;
 constexpr size_t kEffectName = 31;
 constexpr size_t kVendorText = 63;
 constexpr int32_t kOpcodeCount = 80;
+constexpr float kHighestRate = 1'536'000.0F; // Hz, twice what any converter runs at
 
 } // namespace
 
@@ -70,7 +71,7 @@ const CVSTEffect::COpcodeRow CVSTEffect::kOpcodes[] = {
      }},
     {kEffectSetSampleRate,
      [](CVSTEffect& self, const CHostCall& call) -> intptr_t {
-         if (call.opt > 0.0F) self.storedSampleRate = static_cast<double>(call.opt);
+         if (call.opt > 0.0F && call.opt <= kHighestRate) self.storedSampleRate = static_cast<double>(call.opt);
          return 0;
      }},
     {kEffectSetBlockSize,
@@ -205,7 +206,7 @@ intptr_t CVSTEffect::onDispatch(AEffect* target, int32_t opcode, int32_t index, 
     CVSTEffect& self = selfOf(target);
     if (opcode == kEffectClose) {
         delete &self;
-        return 1;
+        return 0;
     }
     if (opcode < 0 || opcode >= kOpcodeCount) return 0;
     for (const COpcodeRow& row : kOpcodes)
