@@ -18,7 +18,9 @@ namespace lum::platform {
 namespace {
 
 constexpr mode_t kFileRights = 0666; // the process's mask takes away from these
+constexpr mode_t kAllRights = 0777;  // without those of running as somebody else
 constexpr mode_t kFolderRights = 0777;
+constexpr int kMostLinks = 40; // one behind the other; the system follows no more either
 
 int flagsOf(FileMode mode) {
     switch (mode) {
@@ -30,8 +32,6 @@ int flagsOf(FileMode mode) {
         return O_WRONLY | O_CREAT | O_TRUNC;
     case FileMode::Append:
         return O_WRONLY | O_CREAT;
-    case FileMode::CreateNew:
-        return O_WRONLY | O_CREAT | O_EXCL;
     }
     return O_RDONLY;
 }
@@ -74,6 +74,28 @@ std::string homeFolder() {
 
 bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// The file that a write to `path` would make: `path`, unless links lead to a missing one.
+std::string behindLinks(std::string path) {
+    char target[PATH_MAX];
+    for (int i = 0; i < kMostLinks; i++) {
+        const ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length <= 0) break; // no link
+        const std::string_view next(target, static_cast<size_t>(length));
+        if (next[0] == '/') path.clear();
+        path.erase(path.rfind('/') + 1).append(next); // from the link's own folder
+    }
+    return path;
+}
+
+/// Gives a file the group, owner and rights of another. What is refused stays as it is: not
+/// everybody may give files away, and some file systems know no rights.
+void takeOver(int handle, const struct stat& other) {
+    // Apart, as the group may be allowed where the owner is not. A new owner may take rights away.
+    (void)codeOf(fchown(handle, static_cast<uid_t>(-1), other.st_gid));
+    (void)codeOf(fchown(handle, other.st_uid, static_cast<gid_t>(-1)));
+    (void)codeOf(fchmod(handle, other.st_mode & kAllRights));
 }
 
 /// The lock of a claim belongs to the open file, so the system drops it with the process. Whoever
@@ -189,12 +211,29 @@ int flushFile(int handle) noexcept {
 int findReplaced(const std::string& path, std::string& file) noexcept {
     file = path;
     struct stat info {};
-    if (stat(path.c_str(), &info) != 0) return errno == ENOENT ? 0 : errno;
+    if (stat(path.c_str(), &info) != 0) {
+        if (errno != ENOENT) return errno;
+        file = behindLinks(path);
+        return 0;
+    }
     if (S_ISDIR(info.st_mode)) return EISDIR;
     if (!S_ISREG(info.st_mode)) return EINVAL;
+    // The folder alone decides about a replacement, but a protected file is not to be changed.
+    if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) return errno;
     char resolved[PATH_MAX];
     if (!realpath(path.c_str(), resolved)) return errno;
     file = resolved;
+    return 0;
+}
+
+int createReplacement(const std::string& path, const std::string& replaced, int& handle) noexcept {
+    struct stat old {};
+    const bool isOld = stat(replaced.c_str(), &old) == 0;
+    // Never more rights than in the end: what a private file held is private from the start.
+    const mode_t rights = isOld ? old.st_mode & kFileRights : kFileRights;
+    handle = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, rights);
+    if (handle < 0) return errno;
+    if (isOld) takeOver(handle, old);
     return 0;
 }
 
