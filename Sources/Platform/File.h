@@ -46,8 +46,8 @@ int removeFile(const std::string& path) noexcept;
 /// locks gives success and kNoFile; nobody removes anything there.
 int claimFile(int handle, int& claim) noexcept;
 /// Removes the files of a folder, ending in "/" or empty for the present one, whose names
-/// `isCandidate` accepts and which no living process of any user has claimed. Links, folders and
-/// what may not be opened stay.
+/// `isCandidate` accepts, which no living process of any user has claimed, and which nobody has
+/// written to for an hour. Links, folders and what may not be opened stay.
 void removeUnclaimed(const std::string& folder, bool (*isCandidate)(const std::string& name));
 bool isFolder(const std::string& path) noexcept;
 /// Makes the folder and those above it.

@@ -4,10 +4,12 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,7 +22,8 @@ namespace {
 constexpr mode_t kFileRights = 0666; // the process's mask takes away from these
 constexpr mode_t kAllRights = 0777;  // without those of running as somebody else
 constexpr mode_t kFolderRights = 0777;
-constexpr int kMostLinks = 40; // one behind the other; the system follows no more either
+constexpr time_t kLeftoverAge = 3600; // seconds since its writer last wrote
+constexpr int kMostLinks = 40;        // one behind the other; the system follows no more either
 
 int flagsOf(FileMode mode) {
     switch (mode) {
@@ -99,14 +102,15 @@ void takeOver(int handle, const struct stat& other) {
 }
 
 /// The lock of a claim belongs to the open file, so the system drops it with the process. Whoever
-/// has the lock removes the file, and by then its name must still be the file's.
+/// has the lock removes the file, and by then its name must still be the file's. A folder of the
+/// network may have writers on other machines, whose locks are not seen here: the age tells.
 void removeIfUnclaimed(int folder, const char* name) {
     const int handle = openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (handle < 0) return;
     struct stat opened {};
     struct stat named {};
     if (fstat(handle, &opened) == 0 && S_ISREG(opened.st_mode) &&
-        flock(handle, LOCK_EX | LOCK_NB) == 0 &&
+        opened.st_mtime <= time(nullptr) - kLeftoverAge && flock(handle, LOCK_EX | LOCK_NB) == 0 &&
         fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 && isSameFile(opened, named))
         unlinkat(folder, name, 0);
     close(handle);
