@@ -17,6 +17,8 @@ enum class StandardFile { Input, Output, Error };
 
 constexpr int kNoFile = -1;
 
+/// A folder is refused with EISDIR; a pipe or a device with ESPIPE where the mode reads, and at
+/// once.
 int openFile(const std::string& path, FileMode mode, int& handle) noexcept;
 int standardFile(StandardFile which) noexcept;
 int closeFile(int handle) noexcept;

@@ -2,6 +2,8 @@
 #include "Core/CResourceReader.h"
 #include "Core/TempFolder.h"
 
+#include <csignal>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,6 +46,42 @@ TEST(File, failuresNameTheFileAndTheSystemsCode) {
               "Unable to set file's '" + name.substring(0, 5));
     ASSERT_FALSE(reader.close());
     EXPECT_EQ(reader.read(out, 1).line(0), "Unable to read from file '' (error 9).");
+}
+
+/// Somebody may have put a pipe where a record is looked for, under a lock and with the host
+/// waiting.
+TEST(File, aPipeOrADeviceIsRefusedAtOnceWhereItWouldBeRead) {
+    CTempFolder folder;
+    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("/dev/zero", folder.path("device"));
+    CFileReader reader;
+    alarm(20); // ends the program where it waits
+    for (const bool isReadWrite : {false, true})
+        for (const char* name : {"pipe", "device"})
+            EXPECT_EQ(reader.open(folder / name, isReadWrite).line(0),
+                      "Unable to open file '" + (folder / name) + "' for reading (error 29).");
+    alarm(0);
+    const int otherEnd = open(folder.path("pipe").c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_TRUE(reader.open(folder / "pipe")) << "nor with somebody at its other end";
+    CFileWriter writer;
+    EXPECT_FALSE(writer.open(folder / "pipe", true)) << "but written";
+    close(otherEnd);
+}
+
+/// As a file server keeps one on the files that its clients have open.
+TEST(File, aLeasedFileIsWaitedFor) {
+    CTempFolder folder;
+    folder.put("file", "old");
+    const int lent = open(folder.path("file").c_str(), O_RDWR | O_CLOEXEC);
+    static int leased;
+    leased = lent;
+    signal(SIGIO, [](int) { fcntl(leased, F_SETLEASE, F_UNLCK); });
+    if (fcntl(lent, F_SETLEASE, F_WRLCK) == 0) {
+        CFileReader reader;
+        EXPECT_FALSE(reader.open(folder / "file"));
+    }
+    signal(SIGIO, SIG_DFL);
+    close(lent);
 }
 
 TEST(File, positionsSizesAndStreamedReadsAgree) {

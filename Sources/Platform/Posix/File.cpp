@@ -28,9 +28,9 @@ constexpr int kMostLinks = 40;        // one behind the other; the system follow
 int flagsOf(FileMode mode) {
     switch (mode) {
     case FileMode::Read:
-        return O_RDONLY;
+        return O_RDONLY | O_NONBLOCK;
     case FileMode::ReadWrite:
-        return O_RDWR | O_CREAT;
+        return O_RDWR | O_CREAT | O_NONBLOCK;
     case FileMode::Rewrite:
         return O_WRONLY | O_CREAT | O_TRUNC;
     case FileMode::Append:
@@ -44,11 +44,24 @@ int codeOf(int64_t result) {
     return result < 0 ? errno : 0;
 }
 
-/// A folder can be opened for reading like a file, but is none.
-int refuseFolder(int handle) {
+/// A pipe is opened for reading without a wait for somebody at its other end.
+int openNow(const char* path, int flags) {
+    const int handle = open(path, flags | O_CLOEXEC, kFileRights);
+    struct stat info {};
+    if (handle >= 0 || errno != EWOULDBLOCK || stat(path, &info) != 0 || !S_ISREG(info.st_mode))
+        return handle;
+    // A file that another program has a lease on (a file server, say) does come within a while.
+    return open(path, (flags & ~O_NONBLOCK) | O_CLOEXEC, kFileRights);
+}
+
+/// A folder can be opened for reading like a file, but is none. Pipes and devices are for writing
+/// alone: their reader would wait for as long as nobody writes.
+int refuseNoFile(int handle, FileMode mode) {
     struct stat info {};
     if (fstat(handle, &info) != 0) return errno;
-    return S_ISDIR(info.st_mode) ? EISDIR : 0;
+    if (S_ISDIR(info.st_mode)) return EISDIR;
+    const bool isRead = mode == FileMode::Read || mode == FileMode::ReadWrite;
+    return isRead && !S_ISREG(info.st_mode) ? ESPIPE : 0;
 }
 
 /// Repeats `transfer(done)` until `count` bytes are through, or it gives 0 (the end) or fails.
@@ -139,9 +152,9 @@ std::string withoutSlash(std::string path) {
 
 int openFile(const std::string& path, FileMode mode, int& handle) noexcept {
     handle = kNoFile;
-    const int opened = open(path.c_str(), flagsOf(mode) | O_CLOEXEC, kFileRights);
+    const int opened = openNow(path.c_str(), flagsOf(mode));
     if (opened < 0) return errno;
-    int code = refuseFolder(opened);
+    int code = refuseNoFile(opened, mode);
     if (code == 0 && mode == FileMode::Append) {
         // A pipe or a device has no end to go to, and takes bytes where it is.
         code = codeOf(lseek(opened, 0, SEEK_END));
