@@ -188,9 +188,8 @@ void CAppData::findPortableFolder(const CString& moduleFolder) {
 }
 
 bool CAppData::findUserFolder(CString& out) const {
-    const std::string folder = platform::userConfigFolder();
-    if (folder.empty()) return false;
-    out = CString::fromUtf8(folder);
+    out = system::textOfPath(platform::userConfigFolder());
+    if (out.empty()) return false;
     out.replace('\\', '/');
     out += "/";
     return true;

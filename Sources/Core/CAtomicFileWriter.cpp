@@ -66,7 +66,7 @@ int CAtomicFileWriter::openBeside(const std::string& path) {
 /// EEXIST when another name is to be tried.
 int CAtomicFileWriter::createClaimed() {
     std::string beside = besideName(targetPath);
-    int code = platform::openFile(beside, platform::FileMode::CreateNew, handle);
+    int code = platform::createReplacement(beside, targetPath, handle);
     if (code != 0) return code;
     code = platform::claimFile(handle, claim);
     if (code != 0) {

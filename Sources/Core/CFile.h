@@ -25,7 +25,7 @@ protected:
     CString fileName;
 };
 
-/// "*" is the standard input.
+/// "*" is the standard input, which may be a pipe or a device; a path to one does not open.
 class CFileReader : public CPosInputStream, public CFileBase, public CLumMemAllocator {
 public:
     CErrorResult open(const CString& path, bool isReadWrite = false);

@@ -390,7 +390,6 @@ namespace {
 struct CNumberShape {
     bool isNumber = false;
     bool hasPlus = false;
-    bool isExponentNegative = false;
 };
 
 size_t skipDigits(const CString& text, size_t i) {
@@ -416,13 +415,35 @@ CNumberShape shapeOf(const CString& text) {
     if (digits == 0) return shape;
     if (text.at(end) == 'e' || text.at(end) == 'E') {
         i = end + 1;
-        shape.isExponentNegative = text.at(i) == '-';
         if (isSign(text.at(i))) i++;
         end = skipDigits(text, i);
         if (end == i) return shape;
     }
     shape.isNumber = end == text.length();
     return shape;
+}
+
+/// Written exponent of a number; one that no count of digits makes up for is cut.
+int64_t exponentOf(const CString& number) {
+    constexpr int64_t kMost = 1000000000000;
+    const int mark = std::max(number.find('e'), number.find('E'));
+    if (mark < 0) return 0;
+    size_t i = static_cast<size_t>(mark) + 1;
+    const bool isNegative = number.at(i) == '-';
+    if (isSign(number.at(i))) i++;
+    int64_t value = 0;
+    for (; i < number.length(); i++) value = std::min(kMost, value * 10 + (number.at(i) - '0'));
+    return isNegative ? -value : value;
+}
+
+/// Power of ten of the first digit that is not zero: 5 for "250e3", -3 for "0.002".
+int64_t magnitudeOf(const CString& number) {
+    const size_t start = isSign(number.at(0)) ? 1 : 0;
+    const auto point = static_cast<int64_t>(skipDigits(number, start)); // where it is or would be
+    size_t i = start;
+    while (number.at(i) == '0' || number.at(i) == '.' || number.at(i) == ',') i++;
+    const auto first = static_cast<int64_t>(i);
+    return point - first - (first < point ? 1 : 0) + exponentOf(number);
 }
 
 } // namespace
@@ -439,7 +460,7 @@ bool CString::parseReal(double& out) const noexcept {
     if (result.ec == std::errc::result_out_of_range) {
         // Too small is 0; too large is the largest number, as nobody expects an infinity here.
         const double largest = std::numeric_limits<double>::max();
-        out = shape.isExponentNegative ? 0.0 : at(0) == '-' ? -largest : largest;
+        out = magnitudeOf(*this) < 0 ? 0.0 : at(0) == '-' ? -largest : largest;
     }
     return true;
 }

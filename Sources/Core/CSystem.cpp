@@ -1,5 +1,6 @@
 #include "Core/CSystem.h"
 
+#include "Core/CLog.h"
 #include "Platform/Clock.h"
 #include "Platform/File.h"
 #include "Platform/MessageQueue.h"
@@ -62,13 +63,20 @@ bool isFocusOnClick() {
     return focusOnClick.load(std::memory_order_relaxed);
 }
 
+CString textOfPath(const std::string& path) {
+    const CString text = CString::fromUtf8(path);
+    if (text.toUtf8() == path) return text;
+    logFormat("Path '%s' is not UTF-8 and taken for unknown.", path.c_str());
+    return {};
+}
+
 CString getModulePath() {
-    return CString::fromUtf8(module().path);
+    return textOfPath(module().path);
 }
 
 CString getModuleDirectory() {
     const std::string& path = module().path;
-    return CString::fromUtf8(std::string_view(path).substr(0, path.rfind('/') + 1));
+    return textOfPath(path.substr(0, path.rfind('/') + 1));
 }
 
 CErrorResult sendEvent(platform::CMessageQueue& queue, uint64_t address, uint32_t message,

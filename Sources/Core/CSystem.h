@@ -3,6 +3,7 @@
 #include "Core/CError.h"
 
 #include <cstdint>
+#include <string>
 
 namespace lum::platform {
 class CMessageQueue;
@@ -15,7 +16,11 @@ namespace lum::system {
 void noteStart();
 /// Seconds since the module was loaded.
 double secondsSinceLoad();
-/// The module's own file with "/" separators, and the part up to and including its last "/".
+/// A path from the system as text; empty, with a line in the log, where it is not UTF-8: what could
+/// be read of it would lead to another place.
+CString textOfPath(const std::string& path);
+/// The module's own file with "/" separators, and the part up to and including its last "/". Empty
+/// when unknown.
 CString getModulePath();
 CString getModuleDirectory();
 

@@ -27,7 +27,8 @@ struct CQuoteState {
     }
 };
 
-/// The bytes of a file, counted as they come: a pipe tells no size, and a file may grow.
+/// The bytes of a file, counted as they come: the standard input may tell no size, and a file may
+/// grow.
 class CTableSource : public CInputStream {
 public:
     explicit CTableSource(CFileReader& tableFile) : file(tableFile) {}

@@ -12,12 +12,13 @@ enum class FileMode {
     ReadWrite, // made when missing
     Rewrite,   // made when missing, emptied
     Append,    // made when missing; writing starts at its end
-    CreateNew, // for writing; must not exist, whoever else asks for it at the same time
 };
 enum class StandardFile { Input, Output, Error };
 
 constexpr int kNoFile = -1;
 
+/// A folder is refused with EISDIR; a pipe or a device with ESPIPE where the mode reads, and at
+/// once.
 int openFile(const std::string& path, FileMode mode, int& handle) noexcept;
 int standardFile(StandardFile which) noexcept;
 int closeFile(int handle) noexcept;
@@ -31,9 +32,14 @@ int sizeOfFile(int handle, uint64_t& size) noexcept;
 /// Brings what was written to the disk.
 int flushFile(int handle) noexcept;
 
-/// The file whose place a new one for `path` takes: behind links, so that a link stays one. Fails
-/// for what is no file, such as a folder or a device.
+/// The file whose place a new one for `path` takes: behind links, also behind one to a missing
+/// file, so that a link stays one. Fails for what is no file, such as a folder or a device, and for
+/// a file that may not be written.
 int findReplaced(const std::string& path, std::string& file) noexcept;
+/// Makes a file for writing that is to take the place of `replaced`, with that one's rights and, as
+/// far as the system allows, its group and owner; where there is none, with those of any new file.
+/// EEXIST when `path` exists, whoever else asks for it at the same time.
+int createReplacement(const std::string& path, const std::string& replaced, int& handle) noexcept;
 int renameFile(const std::string& from, const std::string& to) noexcept; // replaces `to` whole
 int removeFile(const std::string& path) noexcept;
 
@@ -42,8 +48,8 @@ int removeFile(const std::string& path) noexcept;
 /// locks gives success and kNoFile; nobody removes anything there.
 int claimFile(int handle, int& claim) noexcept;
 /// Removes the files of a folder, ending in "/" or empty for the present one, whose names
-/// `isCandidate` accepts and which no living process of any user has claimed. Links, folders and
-/// what may not be opened stay.
+/// `isCandidate` accepts, which no living process of any user has claimed, and which nobody has
+/// written to for an hour. Links, folders and what may not be opened stay.
 void removeUnclaimed(const std::string& folder, bool (*isCandidate)(const std::string& name));
 bool isFolder(const std::string& path) noexcept;
 /// Makes the folder and those above it.

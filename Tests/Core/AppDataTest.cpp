@@ -1,4 +1,5 @@
 #include "Core/CAppData.h"
+#include "Core/CLog.h"
 #include "Core/CMemoryReader.h"
 #include "Core/CResourceReader.h"
 #include "Core/StreamBytes.h"
@@ -172,6 +173,20 @@ TEST_F(AppData, withoutAFolderNothingIsWritten) {
     store.write("rec", bytes("new"), nullptr, kDataBlock);
     EXPECT_EQ(readRecord(store), "");
     EXPECT_EQ(folder.entryCount(), 1u);
+}
+
+/// Without the byte that is no text the path is that of another folder.
+TEST_F(AppData, aFolderWithoutTextIsNotTakenForAnother) {
+    putRecord(kUserPlace, blockOf("another's"));
+    setenv("XDG_CONFIG_HOME", folder.path("use\xFFr").c_str(), 1);
+    setLogPath(folder / "log");
+    CTestStore store(folder);
+    EXPECT_EQ(readRecord(store), "");
+    store.write("rec", bytes("new"), nullptr, kDataBlock);
+    setLogPath({});
+    EXPECT_EQ(folder.get("user/Maker/Product/rec"), blockOf("another's"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("use\xFFr")));
+    EXPECT_NE(folder.get("log").find("use\xFFr' is not UTF-8"), std::string::npos);
 }
 
 TEST_F(AppData, listenersHearWritesOfTheirRecord) {

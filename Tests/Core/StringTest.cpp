@@ -1,8 +1,8 @@
 #include "Core/CString.h"
 
 #include <clocale>
-#include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 #include <string>
 
 using namespace lum;
@@ -155,9 +155,30 @@ TEST(StringTest, parsesRealsInAnyLocale) {
     }
     std::setlocale(LC_ALL, "C");
     double value = 0.0;
-    EXPECT_TRUE(CString("-1e999").parseReal(value));
-    EXPECT_TRUE(std::isfinite(value) && value < -1e308);
     EXPECT_FALSE(CString(u"\x0131").parseReal(value)); // its low byte is a digit
+}
+
+/// Too small is 0, too large the largest number, by whichever part of the text it is so.
+TEST(StringTest, parsesRealsBeyondTheirRange) {
+    const std::string zeros(400, '0');
+    constexpr double kLargest = std::numeric_limits<double>::max();
+    const std::pair<std::string, double> cases[] = {{"-1e999", -kLargest},
+                                                    {"1e99999999999999999999", kLargest},
+                                                    {"1E-99999999999999999999", 0.0},
+                                                    {"0." + zeros + "1", 0.0},
+                                                    {"-0," + zeros + "1E+5", 0.0},
+                                                    {"." + zeros + "1e9999", kLargest},
+                                                    {"." + zeros + "1e401", 1.0},
+                                                    {"1" + zeros, kLargest},
+                                                    {"-1" + zeros + ".5e-5", -kLargest},
+                                                    {"1" + zeros + "e-9999", 0.0},
+                                                    {"1" + zeros + "e-400", 1.0},
+                                                    {zeros + "e9999", 0.0}};
+    for (const auto& [text, expected] : cases) {
+        double value = 99.0;
+        EXPECT_TRUE(CString(text).parseReal(value)) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
 }
 
 TEST(StringTest, formatsMessages) {

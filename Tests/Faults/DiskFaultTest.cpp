@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <ctime>
 #include <random>
 #include <set>
 #include <sys/mount.h>
@@ -19,9 +20,29 @@
 #include <unistd.h>
 #include <vector>
 
+namespace {
+int secondsAhead = 0;
+}
+
+/// The whole program's clock in seconds, in place of the system's. A file that is written at this
+/// moment is thus an old one for as long as a Later lives, whoever looks at it.
+extern "C" time_t time(time_t* out) noexcept {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const time_t seconds = now.tv_sec + secondsAhead;
+    if (out) *out = seconds;
+    return seconds;
+}
+
 namespace lum::test {
 namespace {
 
+struct Later {
+    explicit Later(int seconds) { secondsAhead = seconds; }
+    ~Later() { secondsAhead = 0; }
+};
+
+constexpr int kLeftoverAge = 3600; // seconds after which a file that nobody claims is removed
 constexpr int kQuickRuns = 100;
 constexpr int kNone = -1; // of a reader: no file, or none that is whole
 
@@ -152,6 +173,7 @@ protected:
 
     DiskFault() { std::filesystem::create_directories(folder.path("disk")); }
     CTempFolder folder;
+    Later later{kLeftoverAge}; // nothing but its claim saves a file
 };
 
 TEST_P(DiskFault, aKilledWriterLeavesAWholeFile) {
@@ -264,7 +286,7 @@ std::vector<std::string> unfinishedIn(const CTempFolder& folder) {
     return names;
 }
 
-TEST(Leftovers, onlyThoseOfProcessesThatAreGoneAreRemoved) {
+TEST(Leftovers, onlyOldOnesOfProcessesThatAreGoneAreRemoved) {
     const CTempFolder folder;
     const Confined killed([&] {
         CAtomicFileWriter writer;
@@ -284,6 +306,12 @@ TEST(Leftovers, onlyThoseOfProcessesThatAreGoneAreRemoved) {
     CAtomicFileWriter slow;
     ASSERT_FALSE(slow.open(folder / "slow"));
     ASSERT_FALSE(slow.write("slow", 4));
+    {
+        const Later tooSoon(kLeftoverAge - 60);
+        ASSERT_FALSE(presetOf(1).saveToFile(folder / "quick"));
+    }
+    EXPECT_TRUE(std::filesystem::exists(folder.path(leftover[0]))) << "another machine's, perhaps";
+    const Later later(kLeftoverAge);
     ASSERT_FALSE(presetOf(1).saveToFile(folder / "quick"));
     EXPECT_FALSE(std::filesystem::exists(folder.path(leftover[0])));
     const Confined another([&] { return presetOf(2).saveToFile(folder / "quick") ? 1 : 0; });
@@ -296,6 +324,7 @@ TEST(Leftovers, onlyThoseOfProcessesThatAreGoneAreRemoved) {
 /// The moment between the making of a file and its claim is everyone's chance to lose it.
 TEST(Leftovers, manyWritersOfOneFolderAllFinish) {
     const CTempFolder folder;
+    const Later later(kLeftoverAge);
     constexpr int kWriters = 4;
     constexpr int kRounds = 400;
     std::vector<pid_t> children;

@@ -35,6 +35,10 @@ protected:
         const intptr_t size = maker.send(kEffectGetChunk, 1, 0, &data);
         return std::string(static_cast<const char*>(data), static_cast<size_t>(size)).substr(16);
     }
+    static int channels() {
+        Instance instance;
+        return instance.effect ? instance.effect->numInputs : 0;
+    }
     std::string shownBand() {
         Instance instance;
         return instance.effect ? instance.text(kEffectGetParameterDisplay, 1) : "no instance";
@@ -44,16 +48,22 @@ protected:
 };
 
 TEST_F(Stores, ofAllPlugInsAreInTheUsersFolderOrBesideTheFile) {
-    const auto channels = [] {
-        Instance instance;
-        return instance.effect->numInputs;
-    };
     EXPECT_EQ(channels(), 8);
     put("user/Lumeron/Audio Plug-Ins/force-2ch", textRecordOf("true"));
     EXPECT_EQ(channels(), 2);
     fs::create_directories(folder / "module/Lumeron Settings");
     EXPECT_EQ(channels(), 2) << "what the portable folder lacks";
     put("module/Lumeron Settings/Audio Plug-Ins/force-2ch", textRecordOf("false"));
+    EXPECT_EQ(channels(), 8);
+}
+
+/// Such a file is beside nothing, and above all not beside what lies where its text leads.
+TEST_F(Stores, besideAFileWhosePathIsNoTextAreNotLookedFor) {
+    put("module/Lumeron Settings/Audio Plug-Ins/force-2ch", textRecordOf("true"));
+    fs::create_directories(folder / "mod\xFFule");
+    fs::copy_file(LUM_PLUGIN, folder / "mod\xFFule" / "Copy.so");
+    EXPECT_EQ(channels(), 2);
+    PluginFile::path() = (folder / "mod\xFFule" / "Copy.so").string();
     EXPECT_EQ(channels(), 8);
 }
 

@@ -37,16 +37,17 @@ TEST(FileTest, eachModeStartsWhereItSays) {
         FileMode mode;
         int code;
         uintmax_t size; // after five bytes more
-    } steps[] = {{FileMode::Read, ENOENT, 0},       {FileMode::Append, 0, 5},
-                 {FileMode::Append, 0, 10},         {FileMode::ReadWrite, 0, 10},
-                 {FileMode::CreateNew, EEXIST, 10}, {FileMode::Read, EBADF, 10},
-                 {FileMode::Rewrite, 0, 5}};
+    } steps[] = {{FileMode::Read, ENOENT, 0}, {FileMode::Append, 0, 5},
+                 {FileMode::Append, 0, 10},   {FileMode::ReadWrite, 0, 10},
+                 {FileMode::Read, EBADF, 10}, {FileMode::Rewrite, 0, 5}};
     for (const auto& step : steps) {
         EXPECT_EQ(put(path, step.mode, "bytes"), step.code);
         std::error_code absent;
         EXPECT_EQ(step.size ? std::filesystem::file_size(path, absent) : 0, step.size);
     }
     EXPECT_EQ(put(folder.path, FileMode::Read, ""), EISDIR);
+    int handle = kNoFile;
+    EXPECT_EQ(createReplacement(path, folder.path + "/none", handle), EEXIST);
 }
 
 TEST(FileTest, foldersAreMadeWithThoseAboveThem) {

@@ -4,10 +4,12 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pwd.h>
+#include <string_view>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,20 +20,21 @@ namespace lum::platform {
 namespace {
 
 constexpr mode_t kFileRights = 0666; // the process's mask takes away from these
+constexpr mode_t kAllRights = 0777;  // without those of running as somebody else
 constexpr mode_t kFolderRights = 0777;
+constexpr time_t kLeftoverAge = 3600; // seconds since its writer last wrote
+constexpr int kMostLinks = 40;        // one behind the other; the system follows no more either
 
 int flagsOf(FileMode mode) {
     switch (mode) {
     case FileMode::Read:
-        return O_RDONLY;
+        return O_RDONLY | O_NONBLOCK;
     case FileMode::ReadWrite:
-        return O_RDWR | O_CREAT;
+        return O_RDWR | O_CREAT | O_NONBLOCK;
     case FileMode::Rewrite:
         return O_WRONLY | O_CREAT | O_TRUNC;
     case FileMode::Append:
         return O_WRONLY | O_CREAT;
-    case FileMode::CreateNew:
-        return O_WRONLY | O_CREAT | O_EXCL;
     }
     return O_RDONLY;
 }
@@ -41,11 +44,24 @@ int codeOf(int64_t result) {
     return result < 0 ? errno : 0;
 }
 
-/// A folder can be opened for reading like a file, but is none.
-int refuseFolder(int handle) {
+/// A pipe is opened for reading without a wait for somebody at its other end.
+int openNow(const char* path, int flags) {
+    const int handle = open(path, flags | O_CLOEXEC, kFileRights);
+    struct stat info {};
+    if (handle >= 0 || errno != EWOULDBLOCK || stat(path, &info) != 0 || !S_ISREG(info.st_mode))
+        return handle;
+    // A file that another program has a lease on (a file server, say) does come within a while.
+    return open(path, (flags & ~O_NONBLOCK) | O_CLOEXEC, kFileRights);
+}
+
+/// A folder can be opened for reading like a file, but is none. Pipes and devices are for writing
+/// alone: their reader would wait for as long as nobody writes.
+int refuseNoFile(int handle, FileMode mode) {
     struct stat info {};
     if (fstat(handle, &info) != 0) return errno;
-    return S_ISDIR(info.st_mode) ? EISDIR : 0;
+    if (S_ISDIR(info.st_mode)) return EISDIR;
+    const bool isRead = mode == FileMode::Read || mode == FileMode::ReadWrite;
+    return isRead && !S_ISREG(info.st_mode) ? ESPIPE : 0;
 }
 
 /// Repeats `transfer(done)` until `count` bytes are through, or it gives 0 (the end) or fails.
@@ -76,15 +92,38 @@ bool isSameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
+/// The file that a write to `path` would make: `path`, unless links lead to a missing one.
+std::string behindLinks(std::string path) {
+    char target[PATH_MAX];
+    for (int i = 0; i < kMostLinks; i++) {
+        const ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length <= 0) break; // no link
+        const std::string_view next(target, static_cast<size_t>(length));
+        if (next[0] == '/') path.clear();
+        path.erase(path.rfind('/') + 1).append(next); // from the link's own folder
+    }
+    return path;
+}
+
+/// Gives a file the group, owner and rights of another. What is refused stays as it is: not
+/// everybody may give files away, and some file systems know no rights.
+void takeOver(int handle, const struct stat& other) {
+    // Apart, as the group may be allowed where the owner is not. A new owner may take rights away.
+    (void)codeOf(fchown(handle, static_cast<uid_t>(-1), other.st_gid));
+    (void)codeOf(fchown(handle, other.st_uid, static_cast<gid_t>(-1)));
+    (void)codeOf(fchmod(handle, other.st_mode & kAllRights));
+}
+
 /// The lock of a claim belongs to the open file, so the system drops it with the process. Whoever
-/// has the lock removes the file, and by then its name must still be the file's.
+/// has the lock removes the file, and by then its name must still be the file's. A folder of the
+/// network may have writers on other machines, whose locks are not seen here: the age tells.
 void removeIfUnclaimed(int folder, const char* name) {
     const int handle = openat(folder, name, O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (handle < 0) return;
     struct stat opened {};
     struct stat named {};
     if (fstat(handle, &opened) == 0 && S_ISREG(opened.st_mode) &&
-        flock(handle, LOCK_EX | LOCK_NB) == 0 &&
+        opened.st_mtime <= time(nullptr) - kLeftoverAge && flock(handle, LOCK_EX | LOCK_NB) == 0 &&
         fstatat(folder, name, &named, AT_SYMLINK_NOFOLLOW) == 0 && isSameFile(opened, named))
         unlinkat(folder, name, 0);
     close(handle);
@@ -113,9 +152,9 @@ std::string withoutSlash(std::string path) {
 
 int openFile(const std::string& path, FileMode mode, int& handle) noexcept {
     handle = kNoFile;
-    const int opened = open(path.c_str(), flagsOf(mode) | O_CLOEXEC, kFileRights);
+    const int opened = openNow(path.c_str(), flagsOf(mode));
     if (opened < 0) return errno;
-    int code = refuseFolder(opened);
+    int code = refuseNoFile(opened, mode);
     if (code == 0 && mode == FileMode::Append) {
         // A pipe or a device has no end to go to, and takes bytes where it is.
         code = codeOf(lseek(opened, 0, SEEK_END));
@@ -189,12 +228,29 @@ int flushFile(int handle) noexcept {
 int findReplaced(const std::string& path, std::string& file) noexcept {
     file = path;
     struct stat info {};
-    if (stat(path.c_str(), &info) != 0) return errno == ENOENT ? 0 : errno;
+    if (stat(path.c_str(), &info) != 0) {
+        if (errno != ENOENT) return errno;
+        file = behindLinks(path);
+        return 0;
+    }
     if (S_ISDIR(info.st_mode)) return EISDIR;
     if (!S_ISREG(info.st_mode)) return EINVAL;
+    // The folder alone decides about a replacement, but a protected file is not to be changed.
+    if (faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) return errno;
     char resolved[PATH_MAX];
     if (!realpath(path.c_str(), resolved)) return errno;
     file = resolved;
+    return 0;
+}
+
+int createReplacement(const std::string& path, const std::string& replaced, int& handle) noexcept {
+    struct stat old {};
+    const bool isOld = stat(replaced.c_str(), &old) == 0;
+    // Never more rights than in the end: what a private file held is private from the start.
+    const mode_t rights = isOld ? old.st_mode & kFileRights : kFileRights;
+    handle = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, rights);
+    if (handle < 0) return errno;
+    if (isOld) takeOver(handle, old);
     return 0;
 }
 
