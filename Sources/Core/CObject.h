@@ -97,8 +97,9 @@ public:
                              const CAttrMap* extra = nullptr) {
         out = nullptr;
         CObject* child = nullptr;
-        LUM_TRY(createChildRaw(child, childTag, name, templateRequired));
+        CErrorResult failure = createChildRaw(child, childTag, name, templateRequired);
         out = dynamic_cast<T*>(child);
+        LUM_TRY(std::move(failure));
         if (!out) return invalidClassFailure(child, childTag, name);
         return completeChild(*child, given, extra);
     }
