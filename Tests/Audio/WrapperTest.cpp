@@ -5,6 +5,7 @@
 #include "Audio/CAudioExtParamList.h"
 
 #include <cmath>
+#include <limits>
 
 namespace lum::test {
 namespace {
@@ -156,6 +157,42 @@ TEST_F(Wrapper, startAndStopAreIdempotentAndApplyWhatChanged) {
     EXPECT_EQ(wrapper->getLatency(), 392);
     EXPECT_EQ(run(10), std::vector<double>(10, 0.0));
     EXPECT_FALSE(wrapper->isLatencyChanged) << "no block saw the change";
+}
+
+/// Another graph begins with the first sample that it gets. When that one is no number, or too
+/// large to be transformed, the output is back when the graph's filters have forgotten it.
+TEST_F(Wrapper, aBadSampleAtAChangeOfRoutingIsForgotten) {
+    constexpr double kBad[] = {std::numeric_limits<double>::quiet_NaN(),
+                               -std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::max()};
+    struct Row {
+        const char* name;
+        int element;
+        double value;
+    };
+    constexpr Row kRows[] = {{"io-params.grouping", 0, 2.0},
+                             {"io-params.channel-group-solo", 0, 1.0},
+                             {"io-params.in-routing", 1, 1.0},
+                             {"modSorrelGEQ.gains", 5, 2.0}};
+    constexpr int kForgotten = 8192; // frames, well behind the crossfade and the longest partition
+    const auto render = [&](const Row& row, double first) {
+        startStereo();
+        run(300);
+        const double value[] = {row.value};
+        CAudioParam& param = wrapper->param(row.name);
+        param.applyChange(CAudioParamChange::ofValues(param.getInfo()->format, 0, row.element,
+                                                      value, 1, false, nullptr),
+                          {});
+        run(1, first);
+        run(kForgotten);
+        return run(2000);
+    };
+    for (const Row& row : kRows) {
+        const std::vector<double> wanted = render(row, 0.5);
+        EXPECT_GT(std::abs(wanted[0]), 0.1);
+        for (const double bad : kBad)
+            EXPECT_EQ(render(row, bad), wanted) << row.name << ", " << bad;
+    }
 }
 
 TEST_F(Wrapper, whatTheClientsAskForIsAnswered) {
