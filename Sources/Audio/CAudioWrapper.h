@@ -232,6 +232,8 @@ private:
 
     // Blocks
     void exchange() LUM_REALTIME;
+    /// Behind a graph's block, as only that tells.
+    void noteLatency() LUM_REALTIME;
     void sortEvents() LUM_REALTIME;
     int dispatchEvents(int position, int frames, bool& wasDispatched) LUM_REALTIME;
     void runBlocks(const void* const* inputs, void* const* outputs, int frames) LUM_REALTIME;

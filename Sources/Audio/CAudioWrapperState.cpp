@@ -42,6 +42,7 @@ void CAudioWrapper::start() {
         CAudioGraph& graph = *graphs.getLive();
         for (int i = 0; i < kMostSettling && !graph.isSettled(); i++)
             graph.runSilence(kLongestSubBlock);
+        noteLatency();
         isRunning = true;
     }
     if (isNewLayout) interfaceBase->sendChannelCounts();
@@ -98,6 +99,7 @@ bool CAudioWrapper::applyConfiguration() {
     sortEvents();
     exchange();
     graphs.getLive()->runSilence(1);
+    noteLatency();
     return isNew;
 }
 
@@ -113,7 +115,6 @@ void CAudioWrapper::layOut() {
     std::unique_ptr<CAudioGraph> graph = makeGraph();
     if (!graph) return;
     graphs.replace(std::move(graph));
-    env->latency = graphs.getLive()->getLatency();
 }
 
 /// Under graphLock. Null, with lines in the log, when a process refuses.
@@ -206,7 +207,7 @@ double CAudioWrapper::getSampleRate() {
 }
 
 int CAudioWrapper::getLatency() const {
-    return env->latency;
+    return env->latency.load(std::memory_order_relaxed);
 }
 
 // What the host tells of itself. These may run on the audio thread.

@@ -20,6 +20,12 @@ protected:
         wrapper->start();
     }
 
+    void set(const char* name, double value, int element = 0, int group = 0) {
+        CAudioParam& param = wrapper->param(name);
+        param.applyChange(CAudioParamChange::ofValues(param.getInfo()->format, group, element,
+                                                      &value, 1, false, nullptr),
+                          {});
+    }
     std::vector<double> run(int frames, double value = 0.5) {
         std::vector<double> left(static_cast<size_t>(frames), value);
         const void* in[] = {left.data(), left.data()};
@@ -159,6 +165,32 @@ TEST_F(Wrapper, startAndStopAreIdempotentAndApplyWhatChanged) {
     EXPECT_FALSE(wrapper->isLatencyChanged) << "no block saw the change";
 }
 
+/// The first block of the convolution is part of the latency, and clients can set it.
+TEST_F(Wrapper, theLatencyIsThatOfTheGraphThatIsHeard) {
+    constexpr const char* kExponent = "modSorrelGEQ.modFilterFIRSpline.latency";
+    startStereo();
+    run(100);
+    EXPECT_FALSE(wrapper->isLatencyChanged);
+    set(kExponent, 9.0);
+    run(100);
+    EXPECT_EQ(wrapper->getLatency(), 264 + 512);
+    EXPECT_TRUE(wrapper->isLatencyChanged);
+    run(4000); // the crossfade ends
+    // A change, or another graph, that no block has met by the time of a stop.
+    set(kExponent, 8.0);
+    wrapper->stop();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 256);
+    wrapper->start();
+    set(kExponent, 10.0, 0, 1); // of a group that no channel is in yet
+    run(2000);
+    EXPECT_EQ(wrapper->getLatency(), 264 + 256);
+    set("io-params.grouping", 1.0, 1);
+    wrapper->stop();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
+    wrapper->start();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
+}
+
 /// Another graph begins with the first sample that it gets. When that one is no number, or too
 /// large to be transformed, the output is back when the graph's filters have forgotten it.
 TEST_F(Wrapper, aBadSampleAtAChangeOfRoutingIsForgotten) {
@@ -178,11 +210,7 @@ TEST_F(Wrapper, aBadSampleAtAChangeOfRoutingIsForgotten) {
     const auto render = [&](const Row& row, double first) {
         startStereo();
         run(300);
-        const double value[] = {row.value};
-        CAudioParam& param = wrapper->param(row.name);
-        param.applyChange(CAudioParamChange::ofValues(param.getInfo()->format, 0, row.element,
-                                                      value, 1, false, nullptr),
-                          {});
+        set(row.name, row.value, row.element);
         run(1, first);
         run(kForgotten);
         return run(2000);
