@@ -226,6 +226,7 @@ private:
     /// Replaces the graph by one of the present layout and structure.
     void layOut();
     std::unique_ptr<CAudioGraph> makeGraph();
+    void listenToStructure(const CAudioGraph& graph);
     /// Offers another graph when the structure has changed. Any thread but a block's.
     void updateGraph();
     void onStructureChanged();
@@ -261,7 +262,7 @@ private:
     platform::CLock graphLock; // outside blockLock; held by whoever makes, offers or frees graphs
     CAudioGraphSwitch graphs;
     std::unique_ptr<CAudioGraph> firstGraph; // of init, until the first layout
-    CVector<std::unique_ptr<CStructureListener>, 8> structureListeners;
+    CVector<std::unique_ptr<CStructureListener>, 8> structureListeners; // under graphLock
     CGraphCall graphCall{*this};
     std::atomic<bool> wantsGraph{false}; // the structure may have changed
     CMap<std::pair<const CAudioParam*, int32_t>, int32_t> exposedIndices; // by parameter and place

@@ -128,6 +128,7 @@ std::unique_ptr<CAudioGraph> CAudioWrapper::makeGraph() {
         }
     }
     graph->prepare(layout);
+    listenToStructure(*graph);
     return graph;
 }
 
@@ -141,9 +142,10 @@ void CAudioWrapper::updateGraph() {
     platform::CFlushToZero mode;
     platform::CLockGuard hold(graphLock);
     graphs.freeLeft();
-    if (!wantsGraph.exchange(false, std::memory_order_acq_rel)) return;
-    if (!isRunning || graphs.getNewest()->getValues().isStructureCurrent()) return;
-    if (std::unique_ptr<CAudioGraph> graph = makeGraph()) graphs.offer(std::move(graph));
+    while (wantsGraph.exchange(false, std::memory_order_acq_rel)) {
+        if (!isRunning || graphs.getNewest()->getValues().isStructureCurrent()) return;
+        if (std::unique_ptr<CAudioGraph> graph = makeGraph()) graphs.offer(std::move(graph));
+    }
 }
 
 /// A parameter may be set inside a block; what follows from it then waits for another thread.
