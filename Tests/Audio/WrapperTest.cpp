@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 
 namespace lum::test {
 namespace {
@@ -189,6 +190,36 @@ TEST_F(Wrapper, theLatencyIsThatOfTheGraphThatIsHeard) {
     EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
     wrapper->start();
     EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
+}
+
+/// What the tables and the memory of a filter follow from makes another graph, off the block. The
+/// parameters of a stack's inside are heard as soon as there is an inside.
+TEST_F(Wrapper, theSettingsOfAFilterMakeAnotherGraph) {
+    const std::pair<const char*, double> kRows[] = {
+        {"length", 0.02}, {"precision", 40.0}, {"min-freq", 60.0}};
+    const auto prepare = [&] {
+        startStereo(96000.0);
+        set("modSorrelGEQ.gains", 3.0, 1);
+    };
+    for (const auto& [setting, value] : kRows) {
+        const std::string name = std::string("modSorrelGEQ.modFilterFIRSpline.") + setting;
+        prepare();
+        set(name.c_str(), value);
+        wrapper->stop();
+        wrapper->start();
+        const double wanted = run(6000).back();
+
+        prepare();
+        const double before = run(6000).back();
+        EXPECT_GT(std::abs(wanted - before), 1e-4) << setting;
+        set(name.c_str(), value);
+        const std::vector<double> heard = run(8000);
+        // Both graphs run until the new one's filters know their past; a new module would have
+        // begun to cross over by then.
+        const auto crossing = static_cast<size_t>(2 * wrapper->getLatency());
+        EXPECT_NEAR(heard[crossing - 1], before, 1e-12) << setting;
+        EXPECT_NEAR(heard.back(), wanted, 1e-12) << setting;
+    }
 }
 
 /// Another graph begins with the first sample that it gets. When that one is no number, or too

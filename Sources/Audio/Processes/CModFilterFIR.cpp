@@ -32,15 +32,16 @@ CAudioProcessBase* CModFilterFIRDef::createProcess() const {
 
 void CModFilterFIRModule::registerParams() {
     collectNames();
-    auto bind = [this](int allocIndex, CParamHandle& handle) {
-        if (allocIndex >= 0) regModuleParam(allocIndex, &handle);
+    auto bind = [this](int allocIndex, CParamHandle& handle, ParamUse use) {
+        if (allocIndex >= 0) regModuleParam(allocIndex, &handle, use);
     };
-    bind(countAlloc, count);
-    bind(indexAlloc, index);
-    bind(latencyAlloc, blockExponent);
-    bind(fixsrAlloc, fixedRate);
-    for (int i = 0; i < kCurves; i++) bind(pointsAllocs[i], points[i]);
-    for (CSetting& setting : settings) bind(setting.allocIndex, setting.handle);
+    bind(countAlloc, count, ParamUse::Structure);
+    bind(indexAlloc, index, ParamUse::Structure);
+    bind(latencyAlloc, blockExponent, ParamUse::Structure);
+    bind(fixsrAlloc, fixedRate, ParamUse::Structure);
+    for (int i = 0; i < kCurves; i++) bind(pointsAllocs[i], points[i], ParamUse::Value);
+    for (CSetting& setting : settings)
+        bind(setting.allocIndex, setting.handle, ParamUse::Structure);
 }
 
 /// Sorts the allocations by name; the rest are settings of the generator.
