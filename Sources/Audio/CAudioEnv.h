@@ -4,6 +4,8 @@
 #include "Core/Realtime.h"
 #include "Platform/Lock.h"
 
+#include <atomic>
+
 namespace lum {
 
 /// `audio:audio-env`: the environment that the engine objects of one instance share. Its lock is
@@ -16,7 +18,7 @@ public:
     platform::CSpinLock lock;
     bool isActive = false;       // under the lock: processing runs
     double sampleRate = 44100.0; // Hz, under the lock
-    int latency = 0;             // samples from graph input to output; written by the audio thread
+    std::atomic<int> latency{0}; // samples from graph input to output; relaxed, any thread reads it
     double time = 0.0;           // seconds of audio since start; audio thread
     double blockEndTime = 0.0;   // under the lock: `time` at the end of the host's block
     double displayRate = 0.0;    // under the lock: of the client that asked last, frames a second

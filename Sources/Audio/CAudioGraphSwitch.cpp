@@ -51,16 +51,15 @@ void CAudioGraphSwitch::settle() {
 
 // The audio thread
 
-bool CAudioGraphSwitch::exchange(double sampleRate) LUM_REALTIME {
-    if (older) return false;
+void CAudioGraphSwitch::exchange(double sampleRate) LUM_REALTIME {
+    if (older) return;
     CAudioGraph* graph = offered.exchange(nullptr, std::memory_order_acq_rel);
-    if (!graph) return false;
+    if (!graph) return;
     live->leave();
     older = std::move(live);
     live.reset(graph);
     live->goLive();
     startFade(sampleRate);
-    return true;
 }
 
 void CAudioGraphSwitch::startFade(double sampleRate) LUM_REALTIME {

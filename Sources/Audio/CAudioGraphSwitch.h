@@ -38,8 +38,8 @@ public:
     CAudioGraph* getLive() const { return live.get(); }
 
     // The audio thread's.
-    /// Takes up an offer. True when another graph is heard from now on.
-    bool exchange(double sampleRate) LUM_REALTIME;
+    /// Takes up an offer.
+    void exchange(double sampleRate) LUM_REALTIME;
     /// A block for the samples of an input channel.
     CSampleBlockRef takeInput(int frames) LUM_REALTIME { return live->getPool().take(frames); }
     void feed(int channel, CSampleBlockRef block, int frames) LUM_REALTIME;

@@ -38,8 +38,8 @@ CSampleBlockPool& CAudioModule::getPool() const {
     return terminal->getPool();
 }
 
-void CAudioModule::regModuleParam(int allocIndex, CParamHandle* handle) {
-    terminal->bindParam(*this, allocIndex, *handle);
+void CAudioModule::regModuleParam(int allocIndex, CParamHandle* handle, ParamUse use) {
+    terminal->bindParam(*this, allocIndex, *handle, use);
 }
 
 void CAudioModule::outputLatencyChanged() {

@@ -85,8 +85,8 @@ public:
 
 protected:
     /// Binds a handle to the parameter of an alloc index; a missing index leaves it unbound, with
-    /// a line in the log.
-    void regModuleParam(int allocIndex, CParamHandle* handle);
+    /// a line in the log. Of what is structure, a graph of an instance keeps the value for life.
+    void regModuleParam(int allocIndex, CParamHandle* handle, ParamUse use = ParamUse::Value);
     /// Tells the terminal to publish its output format after this update.
     void outputLatencyChanged();
 

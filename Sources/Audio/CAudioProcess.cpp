@@ -313,11 +313,12 @@ void CAudioProcess::dropUnwanted(CLinks& links, CNode* target) LUM_REALTIME {
     for (size_t i = links.size(); i-- > 0;) {
         CLinkEntry link = links[i];
         if (link.wanted > 0) continue;
+        links.erase(i);
+        if (!link.isConnected) continue; // new, and to a fixed point that nobody reads
         unlink(sourceProcess(link.source), link.sourcePort, target ? *target->instance : outlet,
                link.targetPort);
         if (link.source) link.source->references--;
         if (target) target->references--;
-        links.erase(i);
     }
 }
 

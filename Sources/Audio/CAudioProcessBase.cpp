@@ -139,6 +139,8 @@ void CAudioProcessBase::takeInputChanges() LUM_REALTIME {
         isChanged |= rebuildPort(*port);
         for (auto& source : port->sources) rebuildDelays(*source, sampleRate != oldRate);
         port->isSimple = hasNothingToMerge(*port);
+        // A port that was not touched may have got a delay, by the latency of another one.
+        if (!port->isSimple) port->leaveDirect();
         port->isTouched = false;
     }
     areInputsTouched = false;

@@ -168,9 +168,9 @@ void CAudioProcessTerminalBase::bindModule(CAudioModule& module, int group,
 }
 
 void CAudioProcessTerminalBase::bindParam(CAudioModule& module, int allocIndex,
-                                          CParamHandle& handle) LUM_REALTIME {
+                                          CParamHandle& handle, ParamUse use) LUM_REALTIME {
     handle.group = module.groupIndex;
-    handle.subscription = subscribeAlloc(allocIndex, module.groupIndex);
+    handle.subscription = subscribeAlloc(allocIndex, module.groupIndex, use);
     if (handle.subscription) module.bindings.push_back({allocIndex, handle.subscription});
 }
 

@@ -50,7 +50,8 @@ private:
     };
 
     /// For modules: binds a handle and notes the binding.
-    void bindParam(CAudioModule& module, int allocIndex, CParamHandle& handle) LUM_REALTIME;
+    void bindParam(CAudioModule& module, int allocIndex, CParamHandle& handle,
+                   ParamUse use) LUM_REALTIME;
 
     // A new format.
     void rebuildModules() LUM_REALTIME;

@@ -14,18 +14,7 @@ constexpr const char* kTrackName = "plugin.modMain.host-track-name";
 
 } // namespace
 
-/// A group's export slot has changed: the next block binds the slots anew.
-class CAudioVizCollector::CSlotParamListener : public COwnedUpdateListener<CAudioVizCollector>,
-                                               public CLumMemAllocator {
-public:
-    using COwnedUpdateListener::COwnedUpdateListener;
-    ~CSlotParamListener() override { attach(nullptr, nullptr); }
-    void onUpdate(const CUpdateRecord*) override {
-        owner->needsBinding.store(true, std::memory_order_release);
-        owner->deferExportNames();
-    }
-};
-
+/// What the export names are made of has changed.
 class CAudioVizCollector::CNameParamListener : public COwnedUpdateListener<CAudioVizCollector>,
                                                public CLumMemAllocator {
 public:
@@ -62,21 +51,22 @@ CErrorResult CAudioVizCollector::initExport() {
     groupNames = &collector->getParam(kGroupNames);
     instanceName = &collector->getParam(kInstanceName);
     trackName = &collector->getParam(kTrackName);
-    paramListeners.push_back(std::make_unique<CSlotParamListener>(*this));
-    paramListeners.back()->attach(collector, slotParam);
     for (CAudioParam* param :
-         {optionParams[0], optionParams[1], groupNames, instanceName, trackName}) {
+         {slotParam, optionParams[0], optionParams[1], groupNames, instanceName, trackName}) {
         if (!param) continue;
         paramListeners.push_back(std::make_unique<CNameParamListener>(*this));
         paramListeners.back()->attach(collector, param);
     }
-    needsBinding = true;
+    slotNode.dirty = &areSlotsDue;
+    slotNode.groupMask = &slotGroups;
+    CAudioParamCollector::addAudioListener(*slotParam, slotNode);
     buildExportNames();
     return nullptr;
 }
 
 void CAudioVizCollector::prepareDestroy() {
     paramListeners.clear();
+    CAudioParamCollector::removeAudioListener(slotNode);
     if (collector) collector->cancelDeferredCalls(*this);
     if (slotManager) {
         for (int group = 0; group < kVizGroups; group++)
@@ -138,8 +128,7 @@ void CAudioVizCollector::countListeners(CVizItem& item, int delta, int group) {
 void CAudioVizCollector::updateBlock() {
     if (slotManager) {
         const int32_t version = slotManager->getVersion();
-        if (needsBinding.exchange(false, std::memory_order_acq_rel) ||
-            version != versionSeenByBlocks) {
+        if (std::exchange(areSlotsDue, 0) || version != versionSeenByBlocks) {
             versionSeenByBlocks = version;
             bindSlots();
         }
@@ -293,14 +282,14 @@ CErrorResult CAudioVizCollector::saveVizData(COutputStream& stream, double displ
         LUM_TRY(stream.writeString(source));
         for (const CVizDataRef& record : records) LUM_TRY(saveVizRecord(stream, *record.get()));
     }
+    const int32_t version = slotManager ? slotManager->getVersion() : versionSeenByMessages;
     if (slotManager) LUM_TRY(saveSlotData(stream));
     LUM_TRY(stream.writeValue(uint32_t{0}));
+    if (std::exchange(versionSeenByMessages, version) != version) notify(nullptr);
     return nullptr;
 }
 
 CErrorResult CAudioVizCollector::saveSlotData(COutputStream& stream) {
-    const int32_t version = slotManager->getVersion();
-    const bool isNewVersion = std::exchange(versionSeenByMessages, version) != version;
     CVector<std::pair<CString, std::pair<int, int>>, 2> changes;
     {
         platform::CSpinGuard hold(pendingLock);
@@ -323,7 +312,6 @@ CErrorResult CAudioVizCollector::saveSlotData(COutputStream& stream) {
                 LUM_TRY(saveVizRecord(stream, *record.get()));
             }
         }
-    if (isNewVersion) notify(nullptr);
     return nullptr;
 }
 

@@ -56,7 +56,6 @@ public:
     void post(const CString& source, int group, const CVizDataRef& record) LUM_REALTIME;
 
 private:
-    class CSlotParamListener;
     class CNameParamListener;
     using CRecords = CVector<CVizDataRef, 2>;
 
@@ -105,7 +104,9 @@ private:
     std::array<bool, kVizGroups> ownsSlotOfGroup{}; // false: another instance has it
     int32_t versionSeenByMessages = -1;
     int32_t versionSeenByBlocks = -1;
-    std::atomic<bool> needsBinding{false};
+    CAudioListenerNode slotNode;          // hears of slotParam when blocks can read the new values
+    uint32_t slotGroups = 0;              // where the node leaves its groups; all are bound anew
+    uint8_t areSlotsDue = 1;              // audio thread: the next block binds the slots
     std::atomic<bool> areNamesDue{false}; // a call is on its way
 };
 

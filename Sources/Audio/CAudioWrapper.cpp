@@ -15,6 +15,8 @@
 #include "Core/CWorkerThreadPool.h"
 #include "Platform/Clock.h"
 
+#include <algorithm>
+
 namespace lum {
 
 namespace {
@@ -76,9 +78,12 @@ public:
 class CAudioWrapper::CStructureListener : public COwnedUpdateListener<CAudioWrapper>,
                                           public CLumMemAllocator {
 public:
-    using COwnedUpdateListener<CAudioWrapper>::COwnedUpdateListener;
+    CStructureListener(CAudioWrapper& wrapper, CAudioParam& heard)
+        : COwnedUpdateListener(wrapper), param(&heard) {}
     ~CStructureListener() override { attach(nullptr, nullptr); }
     void onUpdate(const CUpdateRecord*) override { owner->onStructureChanged(); }
+
+    CAudioParam* const param;
 };
 
 CAudioWrapper::CAudioWrapper() = default;
@@ -238,12 +243,24 @@ CErrorResult CAudioWrapper::createFirstGraph() {
     graphDefinitions = {mainDefinition, outputDefinition, kMainName, kOutputName,
                         kOutputDefinition};
     firstGraph.reset(new CAudioGraph(*env, *collector, controlWrites));
-    LUM_TRY(firstGraph->create(graphDefinitions));
-    for (CAudioParam* param : firstGraph->getValues().getStructureParams())
+    return firstGraph->create(graphDefinitions);
+}
+
+/// Behind each preparation, because processes below a stack come with its layers. Under graphLock.
+void CAudioWrapper::listenToStructure(const CAudioGraph& graph) {
+    bool isNew = false;
+    for (CAudioParam* param : graph.getValues().getStructureParams()) {
+        if (std::any_of(structureListeners.begin(), structureListeners.end(),
+                        [param](const auto& listener) { return listener->param == param; }))
+            continue;
         structureListeners
-            .push_back(std::unique_ptr<CStructureListener>(new CStructureListener(*this)))
+            .push_back(std::unique_ptr<CStructureListener>(new CStructureListener(*this, *param)))
             ->attach(collector, param);
-    return nullptr;
+        isNew = true;
+    }
+    // What changed before it was listened to asks for one more graph.
+    if (isNew && !graph.getValues().isStructureCurrent())
+        wantsGraph.store(true, std::memory_order_release);
 }
 
 void CAudioWrapper::findWindowParams() {

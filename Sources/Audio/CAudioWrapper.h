@@ -241,12 +241,15 @@ private:
     /// Replaces the graph by one of the present layout and structure.
     void layOut();
     std::unique_ptr<CAudioGraph> makeGraph();
+    void listenToStructure(const CAudioGraph& graph);
     /// Offers another graph when the structure has changed. Any thread but a block's.
     void updateGraph();
     void onStructureChanged();
 
     // Blocks
     void exchange() LUM_REALTIME;
+    /// Behind a graph's block, as only that tells.
+    void noteLatency() LUM_REALTIME;
     void sortEvents() LUM_REALTIME;
     int dispatchEvents(int position, int frames, bool& wasDispatched) LUM_REALTIME;
     void runBlocks(const void* const* inputs, void* const* outputs, int frames) LUM_REALTIME;
@@ -274,7 +277,7 @@ private:
     platform::CLock graphLock; // outside blockLock; held by whoever makes, offers or frees graphs
     CAudioGraphSwitch graphs;
     std::unique_ptr<CAudioGraph> firstGraph; // of init, until the first layout
-    CVector<std::unique_ptr<CStructureListener>, 8> structureListeners;
+    CVector<std::unique_ptr<CStructureListener>, 8> structureListeners; // under graphLock
     CGraphCall graphCall{*this};
     CEditCall editBegins{*this, &CAudioWrapper::hostBeginEdit};
     CEditCall editEnds{*this, &CAudioWrapper::hostEndEdit};

@@ -87,10 +87,10 @@ void writeChannel(const CChannelView<void*>& view, bool isDouble, int position,
 void CAudioWrapper::process(const void* const* inputs, void* const* outputs, int frames) {
     platform::CFlushToZero mode;
     if (!beginBlock()) return writeSilence(outputs, outFormat, frames);
-    const int latencyBefore = env->latency;
+    const int latencyBefore = getLatency();
     sortEvents();
     runBlocks(inputs, outputs, frames);
-    if (env->latency != latencyBefore) onLatencyChanged();
+    if (getLatency() != latencyBefore) onLatencyChanged();
     events.clear();
     endBlock();
 }
@@ -127,13 +127,19 @@ void CAudioWrapper::runSubBlock(const void* const* inputs, void* const* outputs,
     CRealtimeScope scope;
     feedInputs(inputs, position, frames);
     graphs.process(frames);
+    noteLatency();
     collectOutputs(outputs, position, frames);
 }
 
 void CAudioWrapper::exchange() {
     CRealtimeScope scope;
     collector->takePendingChanges();
-    if (graphs.exchange(layout.sampleRate)) env->latency = graphs.getLive()->getLatency();
+    graphs.exchange(layout.sampleRate);
+}
+
+/// The heard graph may be another one, or have got another latency from its parameters.
+void CAudioWrapper::noteLatency() {
+    env->latency.store(graphs.getLive()->getLatency(), std::memory_order_relaxed);
 }
 
 /// Events come nearly sorted, so insertion is fast; it keeps the order of equal offsets.

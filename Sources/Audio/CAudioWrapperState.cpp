@@ -41,6 +41,7 @@ void CAudioWrapper::start() {
         CAudioGraph& graph = *graphs.getLive();
         for (int i = 0; i < kMostSettling && !graph.isSettled(); i++)
             graph.runSilence(kLongestSubBlock);
+        noteLatency();
         isRunning = true;
     }
     if (isNewLayout) interfaceBase->sendChannelCounts();
@@ -97,6 +98,7 @@ bool CAudioWrapper::applyConfiguration() {
     sortEvents();
     exchange();
     graphs.getLive()->runSilence(1);
+    noteLatency();
     return isNew;
 }
 
@@ -112,7 +114,6 @@ void CAudioWrapper::layOut() {
     std::unique_ptr<CAudioGraph> graph = makeGraph();
     if (!graph) return;
     graphs.replace(std::move(graph));
-    env->latency = graphs.getLive()->getLatency();
 }
 
 /// Under graphLock. Null, with lines in the log, when a process refuses.
@@ -126,6 +127,7 @@ std::unique_ptr<CAudioGraph> CAudioWrapper::makeGraph() {
         }
     }
     graph->prepare(layout);
+    listenToStructure(*graph);
     return graph;
 }
 
@@ -139,9 +141,10 @@ void CAudioWrapper::updateGraph() {
     platform::CFlushToZero mode;
     platform::CLockGuard hold(graphLock);
     graphs.freeLeft();
-    if (!wantsGraph.exchange(false, std::memory_order_acq_rel)) return;
-    if (!isRunning || graphs.getNewest()->getValues().isStructureCurrent()) return;
-    if (std::unique_ptr<CAudioGraph> graph = makeGraph()) graphs.offer(std::move(graph));
+    while (wantsGraph.exchange(false, std::memory_order_acq_rel)) {
+        if (!isRunning || graphs.getNewest()->getValues().isStructureCurrent()) return;
+        if (std::unique_ptr<CAudioGraph> graph = makeGraph()) graphs.offer(std::move(graph));
+    }
 }
 
 /// A parameter may be set inside a block; what follows from it then waits for another thread.
@@ -205,7 +208,7 @@ double CAudioWrapper::getSampleRate() {
 }
 
 int CAudioWrapper::getLatency() const {
-    return env->latency;
+    return env->latency.load(std::memory_order_relaxed);
 }
 
 // What the host tells of itself. These may run on the audio thread.

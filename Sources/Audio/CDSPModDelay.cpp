@@ -3,6 +3,7 @@
 #include "Audio/Processes/SampleOps.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace lum {
 
@@ -20,7 +21,8 @@ CDSPModDelay::CDSPModDelay(CSampleBlockPool& blockPool, int initialDelay, int fa
 void CDSPModDelay::process(const double* in, double* out, int count) LUM_REALTIME {
     if (count <= 0) return;
     if (isFirst) {
-        fillValue = isFillMode ? in[0] : 0.0;
+        // A line that grows later fills up with it again, so it has to be a number.
+        fillValue = isFillMode && std::isfinite(in[0]) ? in[0] : 0.0;
         isFirst = false;
         fillRing();
     }

@@ -86,6 +86,42 @@ TEST(BypassTest, bypassPassesTheDrySignalOfAllGroupsWhileOneIsSoloed) {
     for (int c = 0; c < 4; c++) EXPECT_EQ(out[c][2000], noiseAt(c, g.position - 1000 - kLatency));
 }
 
+/// The dry path goes straight into its port until the other one becomes late.
+TEST(BypassTest, theDryPathFollowsALatencyThatTheOtherOneGetsLater) {
+    constexpr int kLate = 100, kChangeAt = 3000;
+    for (bool isHeard : {true, false}) {
+        CGraph g;
+        g.build({delay("early", 0, {{"bypass-state-id", "3"}}),
+                 delay("late", kLate, {{"bypass-state-id", "4"}}),
+                 bypass("bypass", "enable = ^bypass-enable;"), param("bypass-enable", "0", kSingle),
+                 param("is-late", "0", kSingle),
+                 process("audio:process-bypass-state", "s",
+                         {{"id", "3"}, {"param", "is-late"}, {"value", "1"}}),
+                 process("audio:process-bypass-state", "s",
+                         {{"id", "4"}, {"param", "is-late"}, {"value", "0"}}),
+                 linkOf("*", "early"), linkOf("*", "late"), linkOf("early", "bypass"),
+                 linkOf("late", "bypass"), linkOf("*", "bypass/1"), linkOf("bypass", "*")},
+                {});
+        g.setInput(2);
+        if (isHeard) g.set("plugin.main.bypass-enable", 0, 0, 1.0);
+        g.run(kChangeAt);
+        g.set("plugin.main.is-late", 0, 0, 1.0);
+        Channels out = g.run(2000, {100, 512, 1});
+        if (isHeard)
+            for (int i = 0; i < 2000; i++) {
+                const double share = i < kFade ? oldShare(i, kFade) : 0.0;
+                const double late = i < kLate ? 0.0 : noiseAt(1, kChangeAt + i - kLate);
+                ASSERT_NEAR(out[1][static_cast<size_t>(i)],
+                            share * noiseAt(1, kChangeAt + i) + (1.0 - share) * late, 1e-9)
+                    << i;
+            }
+        g.set("plugin.main.bypass-enable", 0, 0, 1.0);
+        g.run(2000);
+        out = g.run(100);
+        EXPECT_EQ(out[1][50], noiseAt(1, g.position - 50 - kLate)) << isHeard;
+    }
+}
+
 TEST(BypassTest, withoutADryPathItIsSilent) {
     CGraph g;
     g.build({bypass("bypass", "enable = ^bypass-enable;"), param("bypass-enable", "1", kSingle)});

@@ -5,7 +5,9 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
+#include <limits>
 #include <random>
+#include <utility>
 #include <vector>
 
 using namespace lum;
@@ -105,6 +107,46 @@ TEST_P(ConvolverTest, aConstantStartsAtItsFinalLevel) {
     }
 }
 
+/// A first sample that is no number, or too large to be transformed, is forgotten like any other:
+/// when every partition has seen it, the blocks are those of a convolver that never met it. So are
+/// those of a successor that took over the past.
+TEST_P(ConvolverTest, aBadFirstSampleIsForgotten) {
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    struct {
+        int minBlock;
+        size_t length;
+    } const rows[] = {{16, 1},     {16, 16},     {16, 40},    {32, 100},   {64, 200},
+                      {128, 529},  {256, 300},   {512, 1500}, {1024, 900}, {2048, 2500},
+                      {4096, 100}, {8192, 9000}, {16384, 20}, {128, 4233}};
+    for (const auto& row : rows) {
+        const Samples kernel = noise(row.length, 12), other = noise(row.length, 13);
+        CKernelPartitions shared, sharedOther;
+        shared.fill(pool, row.minBlock, kernel.data(), static_cast<int>(row.length));
+        sharedOther.fill(pool, row.minBlock, other.data(), static_cast<int>(row.length));
+        const CStagePartitions& last = shared.getStages().back();
+        const auto clean = static_cast<size_t>((last.partitions + 2) * last.block);
+        const auto end = clean + 2 * static_cast<size_t>(last.block);
+        for (double bad : {kNan, kInfinity, -kInfinity, std::numeric_limits<double>::max()}) {
+            Samples x = noise(end, 14), y(end), z(end);
+            const double good = std::exchange(x[0], bad);
+            CDSPConvolver convolver(pool, shared), successor(pool, sharedOther);
+            convolver.process(x.data(), y.data(), static_cast<int>(clean) - 3);
+            successor.takeHistory(convolver);
+            const auto rest = static_cast<int>(end - clean) + 3;
+            convolver.process(x.data() + clean - 3, y.data() + clean - 3, rest);
+            successor.process(x.data() + clean - 3, z.data() + clean - 3, rest);
+            x[0] = good;
+            CDSPConvolver wanted(pool, shared), wantedOther(pool, sharedOther);
+            const Samples want = run(wanted, x, {512}), wantOther = run(wantedOther, x, {512});
+            for (size_t i = clean; i < end; i++) {
+                ASSERT_EQ(y[i], want[i]) << row.minBlock << ", " << bad << ", sample " << i;
+                ASSERT_EQ(z[i], wantOther[i]) << row.minBlock << ", " << bad << ", sample " << i;
+            }
+        }
+    }
+}
+
 TEST_P(ConvolverTest, channelsWithOneKernelDoNotDisturbEachOther) {
     const Samples kernel = noise(1151, 7), left = noise(4000, 8), right = noise(4000, 9);
     CKernelPartitions shared;
@@ -129,6 +171,13 @@ TEST_P(ConvolverTest, directFilterHasNoDelayAndAnyLength) {
         filter.process(x.data() + 200, y.data() + 200, 300, CDSPDirectFIR::Output::Add);
         for (size_t i = 200; i < y.size(); i++) y[i] -= 5.0;
         EXPECT_LT(distance(y, slowConvolution(x, kernel, 0)), 1e-13) << length;
+        // What was no number at the start is out of it after as many samples as there are taps.
+        filter.requestReset();
+        Samples bad = x, z(x.size());
+        bad[0] = std::numeric_limits<double>::quiet_NaN();
+        filter.process(bad.data(), z.data(), 500, CDSPDirectFIR::Output::Copy);
+        for (size_t i = static_cast<size_t>(length); i < z.size(); i++)
+            ASSERT_TRUE(std::isfinite(z[i])) << length << ", sample " << i;
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <gtest/gtest.h>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <thread>
@@ -289,4 +290,33 @@ TEST(FIRDesignTest, missingOrWrongSettingsGiveNoKernel) {
     CSettingsFixture fixture;
     fixture.set("element-size", 3.0);
     EXPECT_TRUE(fixture.generate(44100.0).items.empty());
+}
+
+/// Clients write what they like into the parameters. Some of it is held to a size, the rest gives
+/// no kernel, and whatever comes out is finite.
+TEST(FIRDesignTest, settingsBeyondAllSenseAreHeldOrRefused) {
+    const double kNan = std::numeric_limits<double>::quiet_NaN();
+    const double kInfinity = std::numeric_limits<double>::infinity();
+    struct {
+        const char* name;
+        double value;
+        int kernelLength; // taps at 8 kHz; 0: no kernel
+    } const rows[] = {
+        {"precision", 1e9, 95},   {"precision", kInfinity, 95}, {"precision", kNan, 0},
+        {"precision", -1e18, 0},  {"length", 1e9, 3999},        {"length", kInfinity, 3999},
+        {"length", kNan, 0},      {"length", -1.0, 0},          {"min-freq", -1e9, 95},
+        {"min-freq", kHigh, 0},   {"min-freq", kNan, 0},        {"max-freq", kInfinity, 95},
+        {"max-freq", kNan, 0},    {"point-count", 2e9, 95},     {"point-count", kNan, 95},
+        {"element-size", 1e30, 0}};
+    for (const auto& row : rows) {
+        CSettingsFixture fixture;
+        fixture.points[8] = 2.0;
+        fixture.set(row.name, row.value);
+        const CFilterGenContext context = fixture.generate(8000.0);
+        const int length = context.items.empty() ? 0 : context.items[0].length;
+        EXPECT_EQ(length, row.kernelLength) << row.name << ", " << row.value;
+        for (int i = 0; i < length; i++)
+            ASSERT_TRUE(std::isfinite(context.items[0].kernel.samples()[i]))
+                << row.name << ", " << row.value << ", tap " << i;
+    }
 }

@@ -1,6 +1,8 @@
 #include "Audio/CDSPModDelay.h"
 #include "GraphFixture.h"
 
+#include <limits>
+
 using namespace lum;
 
 namespace {
@@ -104,6 +106,17 @@ TEST(ModDelayTest, resetForgetsThePastAndTakesTheLengthAskedForAtOnce) {
     EXPECT_EQ(pool.getBlocksOut(), 0);
     Samples out = runDelay(line, Samples(40, 0.5), {40});
     EXPECT_EQ(out, Samples(40, 0.5));
+}
+
+TEST(ModDelayTest, aBadFirstSampleDoesNotFillTheLine) {
+    CSampleBlockPool pool;
+    CDSPModDelay line(pool, 10, kFade, true);
+    Samples in = noise(4000);
+    in[0] = std::numeric_limits<double>::quiet_NaN();
+    const Samples first = runDelay(line, in, {500});
+    for (size_t i = 0; i < first.size(); i++) ASSERT_EQ(std::isfinite(first[i]), i != 10) << i;
+    line.setDelay(5000); // the slots that it grows by are filled as well
+    for (double value : runDelay(line, noise(4000), {500})) ASSERT_TRUE(std::isfinite(value));
 }
 
 } // namespace

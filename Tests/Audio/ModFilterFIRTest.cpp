@@ -183,7 +183,9 @@ TEST(ModFilterFIRTest, whatGivesNoKernelPassesTheInput) {
         {"shared::main.gen", "1", "0", 0}, // of another class
         {"shared::main.gens", "1", "3", 0},
         {"shared::main.gens", "0", "0", 0},
-        {"shared::main.gens", "2", "0", 2 * (kHalf - 1)}, // no combining; their latency stays
+        {"shared::main.gens", "2", "0", 2 * (kHalf - 1)},       // no combining; their latency stays
+        {"shared::main.gens", "100000", "0", 16 * (kHalf - 1)}, // nobody means as many
+        {"shared::main.gens", "1", "-3000000000", 0},
     };
     for (const auto& row : rows) {
         COptions options;

@@ -68,6 +68,21 @@ TEST(ProcessGraphTest, aBypassStateTakesAProcessOutAndBackAtTheNextBlock) {
     EXPECT_EQ(g.pool->getBlocksOut(), 0);
 }
 
+TEST(ProcessGraphTest, linksThatAreDroppedBeforeTheyHoldCountForNothing) {
+    CConstantGraph g({delay("a", 0), kNode, delay("b", 0, {{"bypass-state-id", "5"}}),
+                      param("off", "0", kSingle), bypassState(5, "off", {{"value", "1"}})});
+    g.set("plugin.main.a.gain", 0, 0, 3.0);
+    g.set("plugin.main.b.gain", 0, 0, 2.0);
+    for (int i = 0; i < 3; i++) {
+        EXPECT_EQ(g.run(4)[0], Samples(4, 6.0)); // b reads a itself, nobody the node between them
+        g.set("plugin.main.off", 0, 0, 1.0);
+        EXPECT_EQ(g.run(4)[0], Samples(4, 3.0));
+        EXPECT_TRUE(g.isActive("a"));
+        EXPECT_FALSE(g.isActive("b"));
+        g.set("plugin.main.off", 0, 0, 0.0);
+    }
+}
+
 TEST(ProcessGraphTest, bypassConditionsMatchValuesAndRanges) {
     struct CCase {
         Attrs attrs;

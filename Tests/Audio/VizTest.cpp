@@ -267,6 +267,39 @@ TEST_F(Viz, slotsCarryRecordsBetweenInstances) {
     EXPECT_FALSE(two.viz->isWanted("level", 1));
 }
 
+/// Blocks go on between the change of a slot and the moment when they can read it.
+TEST_F(Viz, aSlotIsBoundWhenItsChangeArrives) {
+    Exporter one(*wrapper);
+    one.runBlock(1.0);
+    one.viz->addListener(0, "level");
+    wrapper->param("export-slot").setValue(1.0, 0, nullptr);
+    one.runBlock(1.1);
+    EXPECT_FALSE(one.viz->isWanted("level", 0));
+    wrapper->getCollector().takePendingChanges();
+    one.runBlock(1.2);
+    EXPECT_TRUE(one.viz->isWanted("level", 0));
+}
+
+/// Who hears of new names may ask for them while the message with the data is already whole.
+TEST_F(Viz, newNamesAreToldOfBehindTheMessage) {
+    struct Ear : CUpdateListener {
+        explicit Ear(CWriteSeqBuffer& watched) : stream(watched) {}
+        ~Ear() override { attach(nullptr, nullptr); }
+        void onUpdate(const CUpdateRecord*) override { sizes.push_back(bytesOf(stream).size()); }
+        CWriteSeqBuffer& stream;
+        std::vector<size_t> sizes;
+    };
+    Exporter one(*wrapper);
+    one.chooseSlots({{0, 1.0}});
+    CWriteSeqBuffer stream;
+    Ear ear(stream);
+    ear.attach(one.viz, nullptr);
+    ASSERT_FALSE(one.viz->saveVizData(stream, 40.0));
+    EXPECT_EQ(ear.sizes, std::vector<size_t>{bytesOf(stream).size()});
+    ASSERT_FALSE(one.viz->saveVizData(stream, 40.0));
+    EXPECT_EQ(ear.sizes.size(), 1u) << "nothing new";
+}
+
 /// Each instance that listens on a slot gets each record once, whichever asks first and how often.
 TEST_F(Viz, everyReaderOfASlotGetsEveryRecord) {
     TestWrapper others[2];

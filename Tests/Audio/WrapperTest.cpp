@@ -5,6 +5,8 @@
 #include "Audio/CAudioExtParamList.h"
 
 #include <cmath>
+#include <limits>
+#include <string>
 
 namespace lum::test {
 namespace {
@@ -19,6 +21,12 @@ protected:
         wrapper->start();
     }
 
+    void set(const char* name, double value, int element = 0, int group = 0) {
+        CAudioParam& param = wrapper->param(name);
+        param.applyChange(CAudioParamChange::ofValues(param.getInfo()->format, group, element,
+                                                      &value, 1, false, nullptr),
+                          {});
+    }
     std::vector<double> run(int frames, double value = 0.5) {
         std::vector<double> left(static_cast<size_t>(frames), value);
         const void* in[] = {left.data(), left.data()};
@@ -156,6 +164,94 @@ TEST_F(Wrapper, startAndStopAreIdempotentAndApplyWhatChanged) {
     EXPECT_EQ(wrapper->getLatency(), 392);
     EXPECT_EQ(run(10), std::vector<double>(10, 0.0));
     EXPECT_FALSE(wrapper->isLatencyChanged) << "no block saw the change";
+}
+
+/// The first block of the convolution is part of the latency, and clients can set it.
+TEST_F(Wrapper, theLatencyIsThatOfTheGraphThatIsHeard) {
+    constexpr const char* kExponent = "modSorrelGEQ.modFilterFIRSpline.latency";
+    startStereo();
+    run(100);
+    EXPECT_FALSE(wrapper->isLatencyChanged);
+    set(kExponent, 9.0);
+    run(100);
+    EXPECT_EQ(wrapper->getLatency(), 264 + 512);
+    EXPECT_TRUE(wrapper->isLatencyChanged);
+    run(4000); // the crossfade ends
+    // A change, or another graph, that no block has met by the time of a stop.
+    set(kExponent, 8.0);
+    wrapper->stop();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 256);
+    wrapper->start();
+    set(kExponent, 10.0, 0, 1); // of a group that no channel is in yet
+    run(2000);
+    EXPECT_EQ(wrapper->getLatency(), 264 + 256);
+    set("io-params.grouping", 1.0, 1);
+    wrapper->stop();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
+    wrapper->start();
+    EXPECT_EQ(wrapper->getLatency(), 264 + 1024);
+}
+
+/// What the tables and the memory of a filter follow from makes another graph, off the block. The
+/// parameters of a stack's inside are heard as soon as there is an inside.
+TEST_F(Wrapper, theSettingsOfAFilterMakeAnotherGraph) {
+    const std::pair<const char*, double> kRows[] = {
+        {"length", 0.02}, {"precision", 40.0}, {"min-freq", 60.0}};
+    const auto prepare = [&] {
+        startStereo(96000.0);
+        set("modSorrelGEQ.gains", 3.0, 1);
+    };
+    for (const auto& [setting, value] : kRows) {
+        const std::string name = std::string("modSorrelGEQ.modFilterFIRSpline.") + setting;
+        prepare();
+        set(name.c_str(), value);
+        wrapper->stop();
+        wrapper->start();
+        const double wanted = run(6000).back();
+
+        prepare();
+        const double before = run(6000).back();
+        EXPECT_GT(std::abs(wanted - before), 1e-4) << setting;
+        set(name.c_str(), value);
+        const std::vector<double> heard = run(8000);
+        // Both graphs run until the new one's filters know their past; a new module would have
+        // begun to cross over by then.
+        const auto crossing = static_cast<size_t>(2 * wrapper->getLatency());
+        EXPECT_NEAR(heard[crossing - 1], before, 1e-12) << setting;
+        EXPECT_NEAR(heard.back(), wanted, 1e-12) << setting;
+    }
+}
+
+/// Another graph begins with the first sample that it gets. When that one is no number, or too
+/// large to be transformed, the output is back when the graph's filters have forgotten it.
+TEST_F(Wrapper, aBadSampleAtAChangeOfRoutingIsForgotten) {
+    constexpr double kBad[] = {std::numeric_limits<double>::quiet_NaN(),
+                               -std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::max()};
+    struct Row {
+        const char* name;
+        int element;
+        double value;
+    };
+    constexpr Row kRows[] = {{"io-params.grouping", 0, 2.0},
+                             {"io-params.channel-group-solo", 0, 1.0},
+                             {"io-params.in-routing", 1, 1.0},
+                             {"modSorrelGEQ.gains", 5, 2.0}};
+    constexpr int kForgotten = 8192; // frames, well behind the crossfade and the longest partition
+    const auto render = [&](const Row& row, double first) {
+        startStereo();
+        run(300);
+        set(row.name, row.value, row.element);
+        run(1, first);
+        run(kForgotten);
+        return run(2000);
+    };
+    for (const Row& row : kRows) {
+        const std::vector<double> wanted = render(row, 0.5);
+        EXPECT_GT(std::abs(wanted[0]), 0.1);
+        for (const double bad : kBad)
+            EXPECT_EQ(render(row, bad), wanted) << row.name << ", " << bad;
+    }
 }
 
 TEST_F(Wrapper, whatTheClientsAskForIsAnswered) {

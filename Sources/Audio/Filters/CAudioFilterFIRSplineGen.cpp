@@ -1,5 +1,6 @@
 #include "Audio/Filters/CAudioFilterFIRSplineGen.h"
 
+#include "Audio/CAudioParamData.h"
 #include "Audio/Filters/CDSPFIREQ.h"
 #include "Audio/Filters/CSplineTable.h"
 
@@ -15,6 +16,13 @@ constexpr double kNeperPerDb = 0.11512925464970228; // ln 10 / 20
 constexpr double kCurveDensity = 0.5; // drawing steps per grid position of curve length
 constexpr int kOversampling = 5;      // drawn grid positions per grid frequency
 constexpr int kCurveCount = 3;
+
+// What a design is held to, whatever clients write into the parameters; memory grows with it.
+constexpr double kLongest = 0.5;    // seconds of kernel
+constexpr int kFinest = 1024;       // grid frequencies
+constexpr int kMostPoints = 9999;   // of a curve
+constexpr double kLowest = 1e-3;    // Hz
+constexpr double kHighest = 1000e3; // Hz
 
 /// The settings of one generation, read and checked.
 struct CCurveSettings {
@@ -32,7 +40,7 @@ struct CCurveSettings {
 
 int readInt(const CFilterGenSettings& settings, const char* name, int fallback) {
     const double* value = settings.find(name);
-    return value ? static_cast<int>(std::round(*value)) : fallback;
+    return value ? std::min(roundToInt(*value), kMostPoints) : fallback;
 }
 
 bool CCurveSettings::read(const CFilterGenSettings& settings) {
@@ -42,17 +50,18 @@ bool CCurveSettings::read(const CFilterGenSettings& settings) {
     const double* high = settings.find("max-freq");
     const double* precisionValue = settings.find("precision");
     if (!lengthValue || !minPhase || !low || !high || !precisionValue) return false;
-    length = *lengthValue;
+    length = std::min(*lengthValue, kLongest);
     isMinPhase = *minPhase >= 0.5;
-    minFreq = *low;
-    maxFreq = *high;
-    precision = static_cast<int>(std::round(*precisionValue));
+    minFreq = std::max(*low, kLowest);
+    maxFreq = std::min(*high, kHighest);
+    precision = std::min(roundToInt(*precisionValue), kFinest);
     elementSize = readInt(settings, "element-size", 0);
     pointCount = readInt(settings, "point-count", -1);
     elementCounts[0] = readInt(settings, "element-count", 0);
     elementCounts[1] = readInt(settings, "element-count2", -1);
     elementCounts[2] = readInt(settings, "element-count3", -1);
-    return precision >= 2 && (elementSize == 1 || elementSize == 2);
+    const bool isSpan = length > 0.0 && minFreq < maxFreq; // false where one is no number
+    return isSpan && precision >= 2 && (elementSize == 1 || elementSize == 2);
 }
 
 int pointsOfCurve(const CCurveSettings& s, int curve) {

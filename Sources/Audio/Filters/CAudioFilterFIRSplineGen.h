@@ -10,7 +10,8 @@ namespace lum {
 /// Settings: `length` (seconds), `min-phase` (from 0.5 on), `min-freq` and `max-freq` (Hz),
 /// `precision` (grid frequencies), `element-size` (1: gains that stand equally spaced on the span;
 /// 2: pairs of frequency and gain), `element-count`, optionally `point-count`, and
-/// `element-count2`, `element-count3` for further curves, which add in dB.
+/// `element-count2`, `element-count3` for further curves, which add in dB. Values that nobody could
+/// mean are held to what a design can be; without a span or a length there is no kernel.
 class CAudioFilterFIRSplineGen : public CAudioFilterGen {
 public:
     static void fillClass(CClassInfo& info);

@@ -82,8 +82,9 @@ void CDSPConvStage::playBlock() {
     CFFTPlan& plan = *kernel.plan;
     double* product = kernel.product;
     vectorCode().sumProducts(ring + newest, kernel.spectra, known, product, plan.blockedSize());
-    product[0] +=
-        historyScale * kernel.dcFrom[known]; // blocks before the reset; 0 once all are known
+    // Blocks before the reset. Not once all are known: a first sample that was no number would stay
+    // in historyScale, and 0 times it is none either.
+    if (known < kernel.partitions) product[0] += historyScale * kernel.dcFrom[known];
     plan.inverseBlocked(product, current);
 }
 

@@ -14,8 +14,9 @@ namespace {
 constexpr double kFixedRate = 44100.0;   // Hz, of a design that does not follow the stream
 constexpr int kHeadLength = 64;          // taps of the direct head; then blocks of 64 keep up
 constexpr double kDefaultExponent = 7.0; // blocks of 128 samples
-constexpr double kMinExponent = 4.0;     // 16 samples, the smallest block of the convolver
-constexpr double kMaxExponent = 14.0;
+constexpr int kMinExponent = 4;          // 16 samples, the smallest block of the convolver
+constexpr int kMaxExponent = 14;
+constexpr int kMostFilters = 16; // of one kernel each, of which one is used
 
 constexpr const char* kPointsNames[] = {"points", "points2", "points3"};
 constexpr const char* kCountNames[] = {"element-count", "element-count2", "element-count3"};
@@ -31,15 +32,16 @@ CAudioProcessBase* CModFilterFIRDef::createProcess() const {
 
 void CModFilterFIRModule::registerParams() {
     collectNames();
-    auto bind = [this](int allocIndex, CParamHandle& handle) {
-        if (allocIndex >= 0) regModuleParam(allocIndex, &handle);
+    auto bind = [this](int allocIndex, CParamHandle& handle, ParamUse use) {
+        if (allocIndex >= 0) regModuleParam(allocIndex, &handle, use);
     };
-    bind(countAlloc, count);
-    bind(indexAlloc, index);
-    bind(latencyAlloc, blockExponent);
-    bind(fixsrAlloc, fixedRate);
-    for (int i = 0; i < kCurves; i++) bind(pointsAllocs[i], points[i]);
-    for (CSetting& setting : settings) bind(setting.allocIndex, setting.handle);
+    bind(countAlloc, count, ParamUse::Structure);
+    bind(indexAlloc, index, ParamUse::Structure);
+    bind(latencyAlloc, blockExponent, ParamUse::Structure);
+    bind(fixsrAlloc, fixedRate, ParamUse::Structure);
+    for (int i = 0; i < kCurves; i++) bind(pointsAllocs[i], points[i], ParamUse::Value);
+    for (CSetting& setting : settings)
+        bind(setting.allocIndex, setting.handle, ParamUse::Structure);
 }
 
 /// Sorts the allocations by name; the rest are settings of the generator.
@@ -125,10 +127,9 @@ bool CModFilterFIRModule::areSettingsAvailable() const {
 void CModFilterFIRModule::generate(CFilterGenContext& context) {
     int valueCount = 0;
     const CSampleBlockRef values = gatherPoints(valueCount);
-    const int wanted = static_cast<int>(std::lround(count.read(0, 1.0)));
+    const int wanted = std::min(roundToInt(count.read(0, 1.0)), kMostFilters);
     for (int i = 0; i < wanted; i++) {
-        const CAudioFilterGen* gen =
-            genArray->getGen(static_cast<int>(std::lround(index.read(i, 0.0))));
+        const CAudioFilterGen* gen = genArray->getGen(roundToInt(index.read(i, 0.0)));
         if (!gen) continue;
         readSettings(i);
         const double rate = fixedRate.read(i, 0.0) >= 0.5 ? kFixedRate : getSampleRate();
@@ -177,8 +178,8 @@ const CFilterKernelItem* CModFilterFIRModule::chooseKernel(const CFilterGenConte
 }
 
 int CModFilterFIRModule::firstBlockSize() const {
-    const double exponent = std::round(blockExponent.read(0, kDefaultExponent));
-    return 1 << static_cast<int>(std::clamp(exponent, kMinExponent, kMaxExponent));
+    const int exponent = roundToInt(blockExponent.read(0, kDefaultExponent));
+    return 1 << std::clamp(exponent, kMinExponent, kMaxExponent);
 }
 
 /// All channels have one kernel, so it is divided and transformed once.

@@ -21,7 +21,8 @@ public:
 /// Designs one kernel from its parameters and convolves every channel with it. The parameters are
 /// known by the names of the definition's allocations: `count`, `index`, `latency`, `fixsr` and
 /// `points`, `points2`, `points3` are the module's own; any other is a setting that the generator
-/// reads. Audio thread or set-up.
+/// reads. All but the curves are structure, because another length, grid or block wants other
+/// tables and other memory, which a block must not take. Audio thread or set-up.
 class CModFilterFIRModule : public CAudioModule {
 public:
     void init() override;

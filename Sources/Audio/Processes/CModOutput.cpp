@@ -7,7 +7,9 @@ CAudioProcessBase* CModOutputDef::createProcess() const {
 }
 
 void CModOutput::update() LUM_REALTIME {
-    if (formatChanged && !context->values) context->env.latency = latency;
+    // Of an instance's graphs the instance knows which one is heard, and asks that one.
+    if (formatChanged && !context->values)
+        context->env.latency.store(latency, std::memory_order_relaxed);
 }
 
 void CModOutput::process() LUM_REALTIME {
