@@ -68,6 +68,7 @@ constexpr const char* kAlignNames[2][3] = {{"left", "center", "right"},
                                            {"top", "center", "bottom"}};
 constexpr const char* kAxisNames[2] = {"h", "v"};
 constexpr const char* kRatioNames[2] = {"ratio-x", "ratio-y"};
+constexpr const char* kSizeNames[2] = {"width", "height"};
 constexpr const char* kOffsetNames[2] = {"offset-x", "offset-y"};
 constexpr double kSmallestRatio = 0.0001;
 constexpr double kWholeRatio = 0.99; // from here on the content counts as wholly visible
@@ -290,6 +291,10 @@ CErrorResult CViewBasePlacement::parseSize(CSizeRule& out, const CString& text, 
 
 CErrorResult CViewBasePlacement::setSizeRule(const CAttrEntry& value, int axis) {
     const CString text = value.text();
+    if (text.empty() && isUnsettingSize) {
+        if (viewArea) viewArea->setSize(axis, {});
+        return nullptr;
+    }
     if (text.empty())
         return axis == kAxisX
                    ? LUM_FAIL(
@@ -300,6 +305,13 @@ CErrorResult CViewBasePlacement::setSizeRule(const CAttrEntry& value, int axis) 
     LUM_TRY(parseSize(rule, text, axis));
     if (viewArea) viewArea->setSize(axis, rule);
     return nullptr;
+}
+
+CErrorResult CViewBasePlacement::unsetSize(int axis) {
+    isUnsettingSize = true;
+    CErrorResult error = setAttrValue(kSizeNames[axis], CAttrEntry(), true);
+    isUnsettingSize = false;
+    return error;
 }
 
 // An empty limit is none.

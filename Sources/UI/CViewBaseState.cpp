@@ -23,11 +23,23 @@ constexpr const char* kColorState = "color-state";
 constexpr const char* kImageRange = "image-set-range";
 constexpr const char* kFrameEvent = "render";
 
-/// What stands for an attribute that the view itself does not have.
-CAttrEntry unsetValue(const CString& name) {
-    return CAttrEntry::ofText(name == kChannelNames[1] || name == kChannelNames[2] ? "compact"
-                                                                                   : "");
-}
+/// Attributes whose absence means something else than an empty value.
+struct CUnsetAttr {
+    const char* name;
+    const char* value;
+};
+constexpr CUnsetAttr kUnsetAttrs[] = {
+    {"alignment-h", "center"},
+    {"alignment-v", "center"},
+    {"inline-alignment-h", "center"},
+    {"inline-alignment-v", "center"},
+    {"placement", "inline"},
+    {"is-visible", "true"},
+    {"opacity", "1"},
+    {"draw-opacity", "1"},
+    {"ratio-x", "1"},
+    {"ratio-y", "1"},
+};
 
 bool isLookName(const CString& name) {
     return name == kColorState || name == kImageRange;
@@ -184,9 +196,20 @@ CErrorResult CViewBaseState::apply(const CMergedState& target, double duration) 
     }
     for (const auto& [name, value] : values) {
         if (isLookName(name) || startChannel(name, value, duration)) continue;
-        LUM_TRY(
-            setAttrValue(name, value.type() == AttrType::Empty ? unsetValue(name) : value, true));
+        LUM_TRY(value.type() == AttrType::Empty ? unsetAttr(name)
+                                                : setAttrValue(name, value, true));
     }
+    return nullptr;
+}
+
+// The attribute is what it is for a view that does not have it.
+CErrorResult CViewBaseState::unsetAttr(const CString& name) {
+    for (const int axis : {kAxisX, kAxisY})
+        if (name == kChannelNames[kWidth + axis]) return unsetSize(axis);
+    CAttrEntry value;
+    for (const CUnsetAttr& row : kUnsetAttrs)
+        if (name == row.name) value = CAttrEntry::ofText(row.value);
+    LUM_TRY(setAttrValue(name, value, true));
     return nullptr;
 }
 
