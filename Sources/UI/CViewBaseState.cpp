@@ -225,16 +225,20 @@ CViewLook CViewBaseState::lookOf(const CMergedState& source) const {
     return {stateKey(), textOf(kColorState), textOf(kImageRange)};
 }
 
-// False: not a morphed attribute, or not a plain number, which is set like any other.
+// False: not a morphed attribute, or not a way from one plain number to another. It is set like any
+// other then, and a move that is under way must not write over it.
 bool CViewBaseState::startChannel(const CString& name, const CAttrEntry& value, double duration) {
     for (int index = 0; index < kChannelCount; index++) {
         if (name != kChannelNames[index]) continue;
+        CMorphChannel& channel = channels[index];
+        double from = 0.0;
         double to = 1.0;
         const bool isUnset = value.type() == AttrType::Empty;
-        if (isUnset ? index != kOpacity : !value.toReal(to)) return false;
-        double from = 0.0;
-        if (!presentValue(from, index)) return false;
-        CMorphChannel& channel = channels[index];
+        const bool isNumber = isUnset ? index == kOpacity : value.toReal(to);
+        if (!isNumber || !presentValue(from, index)) {
+            channel.stop();
+            return false;
+        }
         if (channel.isFinished() ? from == to : channel.getTarget() == to) return true;
         channel.start(from, to, clock(), duration);
         startMoving();

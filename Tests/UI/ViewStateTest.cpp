@@ -128,6 +128,37 @@ TEST_F(ViewStateTest, aWidthMovesAndItsNeighbourWithIt) {
     EXPECT_EQ(at("win.root.b")->getRect().x, 50.0);
 }
 
+// Docked to the left a view has the parent's height and the width of what it holds.
+TEST_F(ViewStateTest, aSizeThatIsNoNumberReturnsFromTheMiddleOfAMove) {
+    const struct {
+        std::vector<std::pair<std::string, std::string>> own;
+        double width, height;
+    } rows[] = {
+        {{}, 0.0, 60.0},
+        {{{"width", "compact"}, {"height", "compact"}}, 0.0, 0.0},
+        {{{"width", "50%"}, {"height", "50%"}}, 50.0, 30.0},
+        {{{"width", "8"}, {"height", "9"}}, 8.0, 9.0},
+    };
+    for (const auto& row : rows) {
+        auto attributes = row.own;
+        attributes.emplace_back("placement", "left");
+        CView* view =
+            button({state("hover", {{"width", "80"}, {"height", "90"}}, "0.3")}, attributes);
+        now = window->clock();
+        for (const double wait : {0.1, 1.0}) { // on the way there, and arrived
+            EXPECT_FALSE(view->setState("hover"));
+            frameAt(now += wait);
+            EXPECT_GT(view->getRect().width, row.width);
+            EXPECT_FALSE(view->unsetState("hover"));
+            for (int i = 0; i < 4; i++) frameAt(now += 0.2);
+            EXPECT_EQ(view->getRect().width, row.width);
+            EXPECT_EQ(view->getRect().height, row.height);
+            EXPECT_FALSE(view->isMorphing());
+        }
+        CObject::destroyObject(at<CObject>("win.root"));
+    }
+}
+
 TEST_F(ViewStateTest, whatAStateHasSetIsAsBeforeWhenTheViewItselfSaysNothing) {
     const struct {
         const char* name;
