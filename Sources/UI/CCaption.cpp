@@ -77,7 +77,7 @@ CErrorResult CCaption::attrTextLook(const CAttrEntry&) {
 
 void CCaption::onScaleChanged() {
     updateCompactSize();
-    requestPrepare();
+    CView::onScaleChanged();
 }
 
 // The shadow's slot stands behind those of the text's colours.

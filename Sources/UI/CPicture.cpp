@@ -86,7 +86,7 @@ void CPicture::onLookChanged() {
 
 void CPicture::onScaleChanged() {
     updateCompactSize();
-    requestPrepare();
+    CView::onScaleChanged();
 }
 
 void CPicture::updateCompactSize() {

@@ -41,7 +41,7 @@ public:
     virtual CErrorResult prepare();
 
     /// The window has another scale; contents with a size of their own measure themselves anew.
-    virtual void onScaleChanged() { requestPrepare(); }
+    virtual void onScaleChanged();
     /// Has `prepare` run before the next drawing.
     void requestPrepare();
     /// The part of the window in which the view shows.
@@ -83,7 +83,9 @@ private:
     CErrorResult drawFaded(const CViewContext& context, int look, double weight) const;
     void buildLook(int index, const CViewLook& look);
     void dropPlacements(int index);
-    void updateClip();
+    enum class ClipAbove { Same, New };
+    void updateClip(ClipAbove above);
+    void countUnclipped(int count);
     const CView* clippingView() const;
     CErrorResult passToWindow(const char* event, CAttrMap& arguments);
 
@@ -91,7 +93,8 @@ private:
     CViewRect shownRect;
     CViewRect childClip; // what of the window children can show in
     CPreparedDraw prepared[2];
-    int unclipLevel = 0; // ancestors whose clipping does not count
+    int unclipLevel = 0;    // ancestors whose clipping does not count
+    int unclippedBelow = 0; // views that clip against an ancestor of their parent
     bool isPrepareQueued = false;
     bool hasBeenPlaced = false;
     bool isGradientMoving = false;
