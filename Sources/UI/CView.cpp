@@ -192,7 +192,13 @@ void CView::requestPrepare() {
 
 CErrorResult CView::onPrepareColor() {
     requestPrepare();
+    tellSharers();
     return nullptr;
+}
+
+void CView::onLookChanged() {
+    requestPrepare();
+    tellSharers();
 }
 
 CErrorResult CView::prepare() {

@@ -60,7 +60,7 @@ protected:
     virtual void prepareLook(CPreparedDraw& out, const CViewLook& look);
 
     CErrorResult onPrepareColor() override;
-    void onLookChanged() override { requestPrepare(); }
+    void onLookChanged() override;
     void onCrossfadeStep() override { invalidate(); }
     void onVisibilityChanged() override { invalidate(); }
     void onOpacityChanged() override { invalidate(); }

@@ -62,7 +62,10 @@ CErrorResult CViewBase::attrColorSlots(const CAttrEntry& value) {
     return onPrepareColor();
 }
 
-CErrorResult CViewBase::attrSharedColor(const CAttrEntry&) {
+CErrorResult CViewBase::attrSharedColor(const CAttrEntry& value) {
+    const bool isSharing = value.text() == "^";
+    if (isSharing == isSharingColor) return nullptr;
+    isSharingColor = isSharing;
     return onPrepareColor();
 }
 
@@ -130,15 +133,23 @@ void CViewBase::invalidateColors() {
     textColors.invalidate();
 }
 
-CViewColors& CViewBase::usedColors() {
-    auto* above = dynamic_cast<CViewBase*>(getParentView());
-    return above && getAttrString("shared-color") == "^" ? above->usedColors() : colors;
+void CViewBase::tellSharers() {
+    for (CViewBasePlacement* child : getChildViews())
+        if (auto* view = dynamic_cast<CViewBase*>(child); view && view->isSharingColor)
+            logAndDropError(view->onPrepareColor());
 }
 
+CViewBase& CViewBase::colorSource() {
+    auto* above = isSharingColor ? dynamic_cast<CViewBase*>(getParentView()) : nullptr;
+    return above ? above->colorSource() : *this;
+}
+
+// Shared colours are those that the other view has or is fading to, whatever the look here.
 CDrawColor CViewBase::getColor(int slot, const CViewLook& look) {
-    CViewColors& used = usedColors();
-    return used.get(slot, used.findState(isDisabledInTree() ? CString() : look.colorState),
-                    gradientPosition);
+    CViewBase& source = colorSource();
+    const CViewLook& used = &source == this ? look : source.getCrossfade().getTarget();
+    const int row = source.colors.findState(isDisabledInTree() ? CString() : used.colorState);
+    return source.colors.get(slot, row, gradientPosition);
 }
 
 CDrawColor CViewBase::getTextColor(int slot, const CViewLook& look) {

@@ -52,11 +52,13 @@ protected:
     void setTextSlots(const CString& names) { textColors.setSlots(names); }
     void setTextPrefix(const CString& name);
     void invalidateColors();
+    /// Has the children that share this view's colours fetch them anew.
+    void tellSharers();
     void updateZ();
     void setGradientPosition(double position);
 
 private:
-    CViewColors& usedColors();
+    CViewBase& colorSource();
     void updateColorNames();
     double parseZ() const;
 
@@ -65,6 +67,7 @@ private:
     const CImageSetObject* imageSet = nullptr;
     CString textPrefix;
     bool hasTextPrefix = false;
+    bool isSharingColor = false; // draws with the colours of the view above
     double z = 0.0;
     double gradientPosition = 0.0;
 };

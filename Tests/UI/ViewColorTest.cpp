@@ -61,6 +61,62 @@ TEST_F(ViewColorTest, slotsStatesAndSharedColoursFindTheirTones) {
     EXPECT_EQ(tone(view, 0, "Active"), 0x405060U);
 }
 
+TEST_F(ViewColorTest, sharedColoursAreThoseThatTheParentShows) {
+    buildPalette({{"Button", "102030"},
+                  {"Button_Active", "405060"},
+                  {"ButtonMark", "708090"},
+                  {"Lone", "a0b0c0"}});
+    build({"ui:dynamic-palette",
+           "other",
+           {},
+           {{"ui:dynamic-color",
+             "Lone",
+             {{"tone", "010203"}, {"contrast", "1"}, {"gradient-size", "1"}},
+             {},
+             ""}},
+           ""});
+    buildRoot({{"ui:view",
+                "v",
+                {{"color", "Button"}},
+                {{"ui:view-state",
+                  "s",
+                  {{"state-name", "on"}, {"state-attrs", "color-state"}, {"color-state", "Active"}},
+                  {},
+                  ""},
+                 {"ui:view",
+                  "between",
+                  {{"shared-color", "^"}, {"placement", "overlay"}},
+                  {{"ui:color-fill",
+                    "fill",
+                    {{"color-state", "Own"}, {"shared-color", "^"}, {"placement", "overlay"}},
+                    {},
+                    ""}},
+                  ""}},
+                ""}},
+              "100", "60");
+    ASSERT_EQ(failure, "");
+    set(at<CObject>("win.root.v"), "placement", "full");
+    EXPECT_EQ(pixel(5, 5), 0x102030U);
+    EXPECT_FALSE(at("win.root.v")->setState("on"));
+    frameAt(0.1);
+    EXPECT_EQ(pixel(5, 5), 0x405060U);
+    EXPECT_FALSE(at("win.root.v")->unsetState("on"));
+    frameAt(0.2);
+    EXPECT_EQ(pixel(5, 5), 0x102030U);
+    const struct {
+        const char* name;
+        const char* value;
+        uint32_t color;
+    } rows[] = {{"color-slots", "Mark", 0x708090},
+                {"color-slots", "", 0x102030},
+                {"color", "Lone", 0xa0b0c0},
+                {"palette", "other", 0x010203}};
+    for (const auto& row : rows) {
+        set(at<CObject>("win.root.v"), row.name, row.value);
+        EXPECT_EQ(pixel(5, 5), row.color) << row.name << " " << row.value;
+    }
+}
+
 TEST_F(ViewColorTest, achangedColourReachesTheView) {
     buildPalette({{"Panel", "102030"}});
     buildRoot({{"ui:color-fill", "fill", {{"color", "Panel"}, {"placement", "full"}}, {}, ""}});
