@@ -11,7 +11,7 @@ namespace {
 using C = CViewBase;
 constexpr CAttrRow<C> kAttrs[] = {
     {"color", &C::attrColor},                   // start of the colour names
-    {"disabled-color", &C::attrColor},          // the same while disabled
+    {"disabled-color", &C::attrColor},          // name of the colour while disabled
     {"color-slots", &C::attrColorSlots},        // their ends, separated by "|"
     {"shared-color", &C::attrSharedColor},      // "^": the colours of the view above
     {"palette", &C::attrPalette},               // path of another palette
@@ -25,6 +25,7 @@ constexpr CAttrRow<C> kAttrs[] = {
 constexpr const char* kRootPalette = "ui.palette";
 constexpr const char* kPalettePrefix = "pal.";
 constexpr const char* kDisabledColor = "Disabled";
+constexpr const char* kDisabledText = "DisabledText";
 constexpr double kTopmost = 1e6; // above every plain z-index
 constexpr const char* kTopmostWord = "topmost";
 
@@ -97,23 +98,17 @@ void CViewBase::setColorSlot(int index, const CString& name) {
     logAndDropError(onPrepareColor());
 }
 
-void CViewBase::setTextPrefix(const CString& name) {
-    textPrefix = name;
-    hasTextPrefix = true;
-    updateColorNames();
-}
-
-// A disabled view has the colours of disabled ones, whatever it has otherwise.
+// A disabled view has one colour for all fills and one for all texts.
 void CViewBase::updateColorNames() {
-    CString own = getAttrString("color");
-    CString text = hasTextPrefix ? textPrefix : own;
+    CString fill, text;
     if (isDisabledInTree()) {
-        own = getAttrString("disabled-color", kDisabledColor);
-        if (own.empty()) own = kDisabledColor;
-        text = hasTextPrefix ? CString(kDisabledColor) + "Text" : own;
+        fill = getAttrString("disabled-color");
+        if (fill.empty()) fill = kDisabledColor;
+        text = kDisabledText;
     }
-    colors.setColor(own);
-    textColors.setColor(text);
+    for (CViewColors* each : {&colors, &textColors}) each->setColor(getAttrString("color"));
+    colors.setCommonName(fill);
+    textColors.setCommonName(text);
 }
 
 void CViewBase::onDisabledChanged() {

@@ -50,7 +50,6 @@ protected:
     virtual void onZChanged() {}
     void onDisabledChanged() override;
     void setTextSlots(const CString& names) { textColors.setSlots(names); }
-    void setTextPrefix(const CString& name);
     void invalidateColors();
     /// Has the children that share this view's colours fetch them anew.
     void tellSharers();
@@ -65,8 +64,6 @@ private:
     CViewColors colors;
     CViewColors textColors;
     const CImageSetObject* imageSet = nullptr;
-    CString textPrefix;
-    bool hasTextPrefix = false;
     bool isSharingColor = false; // draws with the colours of the view above
     double z = 0.0;
     double gradientPosition = 0.0;

@@ -13,6 +13,12 @@ void CViewColors::setColor(const CString& name) {
     isBuilt = false;
 }
 
+void CViewColors::setCommonName(const CString& name) {
+    if (name == commonName) return;
+    commonName = name;
+    isBuilt = false;
+}
+
 void CViewColors::setSlots(const CString& names) {
     CVector<CString> list;
     names.split(list, u'|', false);
@@ -46,7 +52,9 @@ int CViewColors::findState(const CString& state) {
 
 CString CViewColors::nameOf(int slot, const CString& state) const {
     const CString& name = slots[slot];
-    CString result = name.startsWith("/") ? name.substring(1) : color + name;
+    CString result = name.startsWith("/") ? name.substring(1)
+                     : commonName.empty() ? color + name
+                                          : commonName;
     if (!state.empty()) result.append("_").append(state);
     return result;
 }
@@ -67,7 +75,7 @@ void CViewColors::addRow(const CString& state) {
     for (int slot = 0; slot < slots.ssize(); slot++) {
         CEntry entry;
         const CString name = nameOf(slot, state);
-        const bool isNameless = slots[slot].empty() && color.empty();
+        const bool isNameless = slots[slot].empty() && color.empty() && commonName.empty();
         if (!isNameless) entry.color = palette->findColor(name, &entry.isHover);
         entries.push_back(entry);
     }

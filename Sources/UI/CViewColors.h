@@ -15,6 +15,9 @@ class CDynamicPalette;
 class CViewColors : public CLumMemAllocator {
 public:
     void setColor(const CString& name);
+    /// Gives all slots this one name, but those with a whole name of their own; empty: the names
+    /// that they have.
+    void setCommonName(const CString& name);
     void setSlots(const CString& names); // separated by "|"
     void setSlot(int index, const CString& name);
     int getSlotCount() const { return slots.ssize(); }
@@ -40,6 +43,7 @@ private:
     void addRow(const CString& state);
 
     CString color;
+    CString commonName;
     CVector<CString, 2> slots{CString()};
     CVector<CString, 2> states;
     CVector<CEntry, 4> entries; // state * slot count + slot

@@ -10,7 +10,9 @@ class ViewColorTest : public CViewTest {
 protected:
     /// Full tone of a slot of a view, 0xRRGGBB; white without a colour.
     static uint32_t tone(CView* view, int slot, const char* colorState) {
-        const CDrawColor color = view->getColor(slot, {"", colorState, ""});
+        return toneOf(view->getColor(slot, {"", colorState, ""}));
+    }
+    static uint32_t toneOf(const CDrawColor& color) {
         if (!color.table) return 0xffffff;
         const uint8_t* entry = color.table->entries[255];
         return static_cast<uint32_t>(entry[2] << 16 | entry[1] << 8 | entry[0]);
@@ -33,8 +35,7 @@ TEST_F(ViewColorTest, slotsStatesAndSharedColoursFindTheirTones) {
     buildPalette({{"Button", "102030"},
                   {"Button_Active", "405060"},
                   {"ButtonMark", "708090"},
-                  {"Lone", "a0b0c0"},
-                  {"Disabled", "010203"}});
+                  {"Lone", "a0b0c0"}});
     buildRoot({{"ui:view",
                 "v",
                 {{"color", "Button"}},
@@ -55,10 +56,31 @@ TEST_F(ViewColorTest, slotsStatesAndSharedColoursFindTheirTones) {
     EXPECT_EQ(tone(view, 0, "Unknown"), 0xffffffU) << "white where the palette has nothing";
     EXPECT_EQ(tone(view, 9, ""), 0xffffffU);
     EXPECT_EQ(tone(at("win.root.v.child"), 0, ""), 0x102030U);
+}
+
+TEST_F(ViewColorTest, aDisabledViewHasOneColourForFillsAndOneForTexts) {
+    buildPalette({{"Button", "102030"},
+                  {"Button_Active", "405060"},
+                  {"ButtonMark", "708090"},
+                  {"Lone", "a0b0c0"},
+                  {"Disabled", "010203"},
+                  {"DisabledTransparent", "040506"},
+                  {"DisabledText", "070809"}});
+    buildRoot({{"ui:view", "v", {{"color", "Button"}, {"color-slots", "|Mark|/Lone"}}, {}, ""}});
+    CView* view = at("win.root.v");
+    const auto tones = [view] {
+        return std::vector<uint32_t>{tone(view, 0, "Active"), tone(view, 1, ""), tone(view, 2, ""),
+                                     toneOf(view->getTextColor(0, {}))};
+    };
+    using Tones = std::vector<uint32_t>;
+    const Tones enabled{0x405060, 0x708090, 0xa0b0c0, 0x102030};
+    EXPECT_EQ(tones(), enabled);
     set(at<CObject>("win.root"), "is-disabled", "true");
-    EXPECT_EQ(tone(view, 0, "Active"), 0x010203U);
+    EXPECT_EQ(tones(), (Tones{0x010203, 0x010203, 0xa0b0c0, 0x070809}));
+    set(view, "disabled-color", "DisabledTransparent");
+    EXPECT_EQ(tones(), (Tones{0x040506, 0x040506, 0xa0b0c0, 0x070809}));
     set(at<CObject>("win.root"), "is-disabled", "false");
-    EXPECT_EQ(tone(view, 0, "Active"), 0x405060U);
+    EXPECT_EQ(tones(), enabled);
 }
 
 TEST_F(ViewColorTest, sharedColoursAreThoseThatTheParentShows) {
