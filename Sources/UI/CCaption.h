@@ -16,6 +16,8 @@ public:
     CErrorResult attrTitle(const CAttrEntry& value);
     CErrorResult attrTextColor(const CAttrEntry& value);
     CErrorResult attrTextLook(const CAttrEntry& value);
+    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
+    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
     CErrorResult prepare() override;
 

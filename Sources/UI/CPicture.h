@@ -14,6 +14,8 @@ public:
     CErrorResult attrPicAlignmentH(const CAttrEntry& value);
     CErrorResult attrPicAlignmentV(const CAttrEntry& value);
     CErrorResult attrCrop(const CAttrEntry& value);
+    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
+    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
 
 protected:

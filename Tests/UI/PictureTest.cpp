@@ -2,6 +2,8 @@
 
 #include "Core/CWriteSeqBuffer.h"
 #include "Core/TempFolder.h"
+#include "Other/CFontObject.h"
+#include "Other/TextFixture.h"
 
 using namespace lum;
 
@@ -57,6 +59,37 @@ TEST_F(PictureTest, aScaleSetBeforeTheFirstFrameIsTheOneOfAnyLaterFrame) {
     window->setScale(2.0);
     frameAt(0.1);
     EXPECT_EQ(at("win.root.p")->getRect().width, 8.0);
+}
+
+TEST_F(PictureTest, aContentOfItsOwnIsMeasuredAgainWhenItsSizeCountsAgain) {
+    auto* font = dynamic_cast<CFontObject*>(build({"font", "font", {}, {}, ""}));
+    ASSERT_TRUE(font);
+    font->setFont(FontStyle::Regular, blockFont());
+    buildRoot({{"ui:picture",
+                "view",
+                {{"color", "Red"}, {"image-set", "is"}, {"image-set-index", "8"}},
+                {},
+                ""},
+               {"ui:caption",
+                "text",
+                {{"font-name", "font"}, {"title", "ab"}, {"compact-height", "auto"}},
+                {},
+                ""}});
+    ASSERT_EQ(failure, "");
+    for (const char* path : {"win.root.view", "win.root.text"}) {
+        frameAt(0.0);
+        const CViewRect measured = at(path)->getRect();
+        EXPECT_GT(measured.width, 1.0) << path;
+        EXPECT_GT(measured.height, 1.0) << path;
+        for (const char* name : {"compact-width", "compact-height"}) {
+            set(at<CObject>(path), name, "0");
+            frameAt(0.0);
+            EXPECT_NE(at(path)->getRect(), measured) << path;
+            set(at<CObject>(path), name, "auto");
+            frameAt(0.0);
+            EXPECT_EQ(at(path)->getRect(), measured) << path;
+        }
+    }
 }
 
 TEST_F(PictureTest, aTexturedBackgroundIsTiledFromItsOffset) {
