@@ -113,9 +113,10 @@ void CPicture::updateCompactSize() {
         getArea()->setCompactValue(kAxisY, size.height() - (crop.top + crop.bottom) * scale);
 }
 
-CPixelRect CPicture::targetBounds() const {
+CPixelRect CPicture::targetBounds() {
     const CString path = getAttrString("pic-alignment-target");
-    const auto* target = path.empty() ? nullptr : findAs<CView>(path);
+    auto* target = path.empty() ? nullptr : findAs<CView>(path);
+    followPlace(target == this ? nullptr : target);
     if (!target) return localBounds();
     const CPixelRect own = getPixelRect();
     const CPixelRect other = target->getPixelRect();

@@ -26,7 +26,7 @@ protected:
 
 private:
     void updateCompactSize();
-    CPixelRect targetBounds() const;
+    CPixelRect targetBounds();
 
     double alignX = 0.5; // part of the free space in front of the image
     double alignY = 0.5;

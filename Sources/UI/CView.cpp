@@ -1,5 +1,6 @@
 #include "UI/CView.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -76,6 +77,12 @@ void CView::prepareDestroy() {
         window->unqueuePrepare(*this);
         for (const int look : {0, 1}) dropPlacements(look);
     }
+    followPlace(nullptr);
+    for (CView* follower : followers) {
+        follower->followed = nullptr;
+        follower->requestPrepare();
+    }
+    followers.clear();
     if (unclipLevel > 0) countUnclipped(-1);
     unclipLevel = 0;
     CViewBase::prepareDestroy();
@@ -98,7 +105,10 @@ void CView::place(const CViewRect& moved) {
     const CPixelRect before = getPixelRect();
     rect = moved;
     const CPixelRect after = getPixelRect();
-    if (before.width() != after.width() || before.height() != after.height()) requestPrepare();
+    const bool isSameSize = before.width() == after.width() && before.height() == after.height();
+    const bool isSamePlace = before.left == after.left && before.top == after.top;
+    if (!isSameSize || (followed && !isSamePlace)) requestPrepare();
+    if (!isSameSize || !isSamePlace) tellFollowers();
     updateClip(ClipAbove::Same);
     invalidate();
     if (this != rootView) return;
@@ -163,6 +173,21 @@ void CView::onSpreadChanged() {
     if (!hasBeenPlaced) return;
     updateClip(ClipAbove::Same);
     requestPrepare();
+    tellFollowers();
+}
+
+void CView::followPlace(CView* other) {
+    if (other == followed) return;
+    if (followed) {
+        auto& list = followed->followers;
+        list.erase(static_cast<size_t>(std::find(list.begin(), list.end(), this) - list.begin()));
+    }
+    followed = other;
+    if (followed) followed->followers.push_back(this);
+}
+
+void CView::tellFollowers() {
+    for (CView* follower : followers) follower->requestPrepare();
 }
 
 void CView::onZChanged() {

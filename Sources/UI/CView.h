@@ -76,6 +76,8 @@ protected:
     /// Size of an image at a scale, from its origin to its far edges.
     static CPixelRect imageBounds(const CImage& image, double scale);
     CPixelRect localBounds() const; // of the drawing, its corner at 0, 0
+    /// This view's `prepare` reads where the other one lies beside it; null for none.
+    void followPlace(CView* other);
 
 private:
     void place(const CViewRect& moved);
@@ -86,6 +88,7 @@ private:
     enum class ClipAbove { Same, New };
     void updateClip(ClipAbove above);
     void countUnclipped(int count);
+    void tellFollowers();
     const CView* clippingView() const;
     CErrorResult passToWindow(const char* event, CAttrMap& arguments);
 
@@ -93,8 +96,10 @@ private:
     CViewRect shownRect;
     CViewRect childClip; // what of the window children can show in
     CPreparedDraw prepared[2];
-    int unclipLevel = 0;    // ancestors whose clipping does not count
-    int unclippedBelow = 0; // views that clip against an ancestor of their parent
+    CView* followed = nullptr;
+    CVector<CView*, 0> followers; // that prepare anew when this view moves
+    int unclipLevel = 0;          // ancestors whose clipping does not count
+    int unclippedBelow = 0;       // views that clip against an ancestor of their parent
     bool isPrepareQueued = false;
     bool hasBeenPlaced = false;
     bool isGradientMoving = false;

@@ -92,6 +92,44 @@ TEST_F(PictureTest, aContentOfItsOwnIsMeasuredAgainWhenItsSizeCountsAgain) {
     }
 }
 
+TEST_F(PictureTest, aPictureStaysAlignedToItsTargetWhicheverMoves) {
+    window->setScale(2.0); // the image is 8 pixels wide, the left 4 of them red
+    buildRoot({{"ui:view", "gap", {{"placement", "left"}, {"width", "0"}}, {}, ""},
+               {"ui:view", "target", {{"placement", "left"}, {"width", "4"}}, {}, ""},
+               {"ui:picture",
+                "p",
+                {{"placement", "overlay"},
+                 {"width", "40"},
+                 {"alignment-h", "left"},
+                 {"color", "Red"},
+                 {"image-set", "is"},
+                 {"image-set-index", "8"},
+                 {"pic-alignment-v", "top"},
+                 {"pic-alignment-h", "left"},
+                 {"pic-alignment-target", "^.target"}},
+                {},
+                ""}});
+    ASSERT_EQ(failure, "");
+    const auto left = [this] { // of the red pixels
+        int x = 0;
+        while (x < 150 && pixel(x, 2) != 0xff0000) x++;
+        return x;
+    };
+    EXPECT_EQ(left(), 0);
+    set(at<CObject>("win.root.gap"), "width", "10");
+    EXPECT_EQ(left(), 20) << "the target has moved";
+    set(at<CObject>("win.root.p"), "outer-border", "L5");
+    EXPECT_EQ(left(), 20) << "the picture has moved";
+    set(at<CObject>("win.root.target"), "spread", "L3");
+    EXPECT_EQ(left(), 14) << "the target draws further to the left";
+    set(at<CObject>("win.root.p"), "pic-alignment-target", "");
+    EXPECT_EQ(left(), 10);
+    set(at<CObject>("win.root.p"), "pic-alignment-target", "^.target");
+    EXPECT_EQ(left(), 14);
+    CObject::destroyObject(at<CObject>("win.root.target"));
+    EXPECT_EQ(left(), 10) << "without the target";
+}
+
 TEST_F(PictureTest, aTexturedBackgroundIsTiledFromItsOffset) {
     buildRoot({{"ui:frame-base",
                 "f",
