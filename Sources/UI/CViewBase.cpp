@@ -23,6 +23,7 @@ constexpr CAttrRow<C> kAttrs[] = {
 };
 
 constexpr const char* kRootPalette = "ui.palette";
+constexpr const char* kPaletteEvent = "dynamic-palette-updated";
 constexpr const char* kPalettePrefix = "pal.";
 constexpr const char* kDisabledColor = "Disabled";
 constexpr const char* kDisabledText = "DisabledText";
@@ -90,7 +91,16 @@ CErrorResult CViewBase::attrPalette(const CAttrEntry& value) {
     const CDynamicPalette* common = findAs<CDynamicPalette>(kRootPalette);
     colors.setPalettes(own, common);
     textColors.setPalettes(own, common);
+    followPalette(own && own != common ? own->getFullName() : CString());
     return onPaletteChanged();
+}
+
+// The palette of the tree is followed in any case.
+void CViewBase::followPalette(const CString& name) {
+    if (name == ownPalette) return;
+    if (!ownPalette.empty()) unlistenObject(ownPalette, kPaletteEvent);
+    ownPalette = name;
+    if (!ownPalette.empty()) listenObject(ownPalette, kPaletteEvent, kPaletteEvent);
 }
 
 void CViewBase::setColorSlot(int index, const CString& name) {

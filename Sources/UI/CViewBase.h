@@ -57,12 +57,14 @@ protected:
     void setGradientPosition(double position);
 
 private:
+    void followPalette(const CString& name);
     CViewBase& colorSource();
     void updateColorNames();
     double parseZ() const;
 
     CViewColors colors;
     CViewColors textColors;
+    CString ownPalette; // full name, empty: that of the tree
     const CImageSetObject* imageSet = nullptr;
     bool isSharingColor = false; // draws with the colours of the view above
     double z = 0.0;

@@ -148,3 +148,40 @@ TEST_F(ViewColorTest, achangedColourReachesTheView) {
     EXPECT_FALSE(window->takeDirty().empty());
     EXPECT_EQ(pixel(5, 5), 0xa0b0c0U);
 }
+
+// The ramps outlive their colours, so that a new colour of the same values has them at once.
+TEST_F(ViewColorTest, aColourThatGoesAndComesBackReachesTheView) {
+    const auto panel = [](const char* path) {
+        return CNode{
+            "ui:dynamic-color",
+            "Panel",
+            {{"tone", "102030"}, {"contrast", "1"}, {"gradient-size", "1"}, {"palette", path}},
+            {},
+            ""};
+    };
+    buildPalette({});
+    build({"ui:dynamic-palette", "other", {}, {}, ""});
+    buildRoot({{"ui:color-fill",
+                "a",
+                {{"color", "Panel"}, {"placement", "left"}, {"width", "50"}},
+                {},
+                ""},
+               {"ui:color-fill",
+                "b",
+                {{"color", "Panel"}, {"placement", "full"}, {"palette", "other"}},
+                {},
+                ""}});
+    const struct {
+        const char* path;
+        int x;
+    } rows[] = {{"ui.palette", 5}, {"other", 80}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(pixel(row.x, 5), 0xffffffU);
+        for (int i = 0; i < 2; i++) {
+            CObject* color = build(panel(row.path), at<CObject>(row.path));
+            EXPECT_EQ(pixel(row.x, 5), 0x102030U) << row.path;
+            CObject::destroyObject(color);
+            EXPECT_EQ(pixel(row.x, 5), 0xffffffU) << row.path;
+        }
+    }
+}
