@@ -238,8 +238,8 @@ CErrorResult CView::prepare() {
 }
 
 CErrorResult CView::attrDebugArea(const CAttrEntry& value) {
-    isAreaShown = value.boolOr(false);
-    invalidate();
+    const bool isWanted = value.boolOr(false);
+    if (std::exchange(isAreaShown, isWanted) != isWanted) invalidate();
     return nullptr;
 }
 

@@ -55,13 +55,11 @@ CErrorResult CViewBase::initContent() {
 // ---- Colours
 
 CErrorResult CViewBase::attrColor(const CAttrEntry&) {
-    updateColorNames();
-    return onPrepareColor();
+    return updateColorNames() ? onPrepareColor() : nullptr;
 }
 
 CErrorResult CViewBase::attrColorSlots(const CAttrEntry& value) {
-    colors.setSlots(value.text());
-    return onPrepareColor();
+    return colors.setSlots(value.text()) ? onPrepareColor() : nullptr;
 }
 
 CErrorResult CViewBase::attrSharedColor(const CAttrEntry& value) {
@@ -89,8 +87,8 @@ CErrorResult CViewBase::attrPalette(const CAttrEntry& value) {
                             path);
     }
     const CDynamicPalette* common = findAs<CDynamicPalette>(kRootPalette);
-    colors.setPalettes(own, common);
     textColors.setPalettes(own, common);
+    if (!colors.setPalettes(own, common)) return nullptr;
     followPalette(own && own != common ? own->getFullName() : CString());
     return onPaletteChanged();
 }
@@ -104,21 +102,22 @@ void CViewBase::followPalette(const CString& name) {
 }
 
 void CViewBase::setColorSlot(int index, const CString& name) {
-    colors.setSlot(index, name);
-    logAndDropError(onPrepareColor());
+    if (colors.setSlot(index, name)) logAndDropError(onPrepareColor());
 }
 
 // A disabled view has one colour for all fills and one for all texts.
-void CViewBase::updateColorNames() {
+bool CViewBase::updateColorNames() {
     CString fill, text;
     if (isDisabledInTree()) {
         fill = getAttrString("disabled-color");
         if (fill.empty()) fill = kDisabledColor;
         text = kDisabledText;
     }
-    for (CViewColors* each : {&colors, &textColors}) each->setColor(getAttrString("color"));
-    colors.setCommonName(fill);
-    textColors.setCommonName(text);
+    const CString own = getAttrString("color");
+    bool isChanged = colors.setColor(own);
+    isChanged = textColors.setColor(own) || isChanged;
+    isChanged = colors.setCommonName(fill) || isChanged;
+    return textColors.setCommonName(text) || isChanged;
 }
 
 void CViewBase::onDisabledChanged() {
@@ -170,12 +169,14 @@ void CViewBase::setGradientPosition(double position) {
 // ---- Images
 
 CErrorResult CViewBase::attrImageSet(const CAttrEntry& value) {
-    imageSet = nullptr;
+    const CImageSetObject* before = std::exchange(imageSet, nullptr);
     if (!value.text().empty()) LUM_TRY(findObjectByAttr(imageSet, "image-set"));
-    return onImageSetChanged();
+    return imageSet == before ? nullptr : onImageSetChanged();
 }
 
-CErrorResult CViewBase::attrImageSetIndex(const CAttrEntry&) {
+CErrorResult CViewBase::attrImageSetIndex(const CAttrEntry& value) {
+    const int given = value.intOr(0);
+    if (std::exchange(imageSetIndex, given) == given) return nullptr;
     return onImageSetRangeChanged();
 }
 
@@ -186,8 +187,7 @@ const CImageSet* CViewBase::getImageSet() const {
 const CImage* CViewBase::getImage(const CViewLook& look, int offset) const {
     const CImageSet* images = getImageSet();
     if (!images) return nullptr;
-    return images->getImage(images->findRange(look.imageSetRange) + getAttrInt("image-set-index") +
-                            offset);
+    return images->getImage(images->findRange(look.imageSetRange) + imageSetIndex + offset);
 }
 
 // ---- Order

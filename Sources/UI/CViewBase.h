@@ -49,7 +49,9 @@ protected:
     virtual CErrorResult onPaletteChanged() { return onPrepareColor(); }
     virtual void onZChanged() {}
     void onDisabledChanged() override;
-    void setTextSlots(const CString& names) { textColors.setSlots(names); }
+    bool setTextSlots(const CString& names) {
+        return textColors.setSlots(names);
+    } // false: the same
     void invalidateColors();
     /// Has the children that share this view's colours fetch them anew.
     void tellSharers();
@@ -59,7 +61,7 @@ protected:
 private:
     void followPalette(const CString& name);
     CViewBase& colorSource();
-    void updateColorNames();
+    bool updateColorNames();
     double parseZ() const;
 
     CViewColors colors;
@@ -67,6 +69,7 @@ private:
     CString ownPalette; // full name, empty: that of the tree
     const CImageSetObject* imageSet = nullptr;
     bool isSharingColor = false; // draws with the colours of the view above
+    int imageSetIndex = 0;
     double z = 0.0;
     double gradientPosition = 0.0;
 };

@@ -193,7 +193,9 @@ CErrorResult CViewBasePlacement::attrCompactHeight(const CAttrEntry& value) {
 }
 
 CErrorResult CViewBasePlacement::attrInnerBorder(const CAttrEntry& value) {
-    if (viewArea) viewArea->setInnerBorder(borderOf(value));
+    const CViewBorder border = borderOf(value);
+    if (!viewArea || viewArea->getInnerBorder() == border) return nullptr;
+    viewArea->setInnerBorder(border);
     onSpreadChanged(); // what is drawn inside it stands elsewhere
     return nullptr;
 }
@@ -497,14 +499,15 @@ void CViewBasePlacement::updateFinalOpacity(bool withChildren) {
     for (CViewBasePlacement* child : childViews) child->updateFinalOpacity(true);
 }
 
-CErrorResult CViewBasePlacement::attrIsDisabled(const CAttrEntry&) {
-    onDisabledChanged();
+CErrorResult CViewBasePlacement::attrIsDisabled(const CAttrEntry& value) {
+    const bool isWanted = value.boolOr(false);
+    if (std::exchange(ownDisabled, isWanted) != isWanted) onDisabledChanged();
     return nullptr;
 }
 
 bool CViewBasePlacement::isDisabledInTree() const {
     for (const CViewBasePlacement* view = this; view; view = view->parentView)
-        if (view->getAttrBool("is-disabled")) return true;
+        if (view->ownDisabled) return true;
     return false;
 }
 

@@ -111,6 +111,7 @@ private:
     bool isUnsettingSize = false; // the empty size is meant
     bool ownHidden = false;
     bool ownVisible = true;
+    bool ownDisabled = false;
     bool shownInTree = true;
 };
 

@@ -107,7 +107,9 @@ CErrorResult CViewBaseState::attrImageSetRange(const CAttrEntry& value) {
 
 // What an active state says about it stays above the view's own value.
 void CViewBaseState::setOwnLook(const char* name, const CAttrEntry& value) {
-    ownValues[name] = value;
+    CAttrEntry& own = ownValues[name];
+    if (own.text() == value.text()) return;
+    own = value;
     merged.clear();
     const CViewLook look = lookOf(mergedState(stateKey()));
     if (crossfade.isRunning())

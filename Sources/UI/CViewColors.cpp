@@ -7,39 +7,42 @@
 
 namespace lum {
 
-void CViewColors::setColor(const CString& name) {
-    if (name == color) return;
-    color = name;
+template <class T>
+bool CViewColors::change(T& member, const T& value) {
+    if (member == value) return false;
+    member = value;
     isBuilt = false;
+    return true;
 }
 
-void CViewColors::setCommonName(const CString& name) {
-    if (name == commonName) return;
-    commonName = name;
-    isBuilt = false;
+bool CViewColors::setColor(const CString& name) {
+    return change(color, name);
 }
 
-void CViewColors::setSlots(const CString& names) {
+bool CViewColors::setCommonName(const CString& name) {
+    return change(commonName, name);
+}
+
+bool CViewColors::setSlots(const CString& names) {
+    if (!change(slotNames, names)) return false;
     CVector<CString> list;
     names.split(list, u'|', false);
     slots.clear();
     for (const CString& name : list) slots.push_back(name);
-    if (slots.empty()) slots.push_back({});
-    isBuilt = false;
+    return true;
 }
 
-void CViewColors::setSlot(int index, const CString& name) {
-    if (index < 0) return;
-    if (index >= slots.ssize()) slots.resize(static_cast<size_t>(index) + 1);
-    slots[index] = name;
-    isBuilt = false;
+bool CViewColors::setSlot(int index, const CString& name) {
+    if (index < 0) return false;
+    const bool isLonger = index >= slots.ssize();
+    if (isLonger) slots.resize(static_cast<size_t>(index) + 1);
+    isBuilt = isBuilt && !isLonger;
+    return change(slots[index], name) || isLonger;
 }
 
-void CViewColors::setPalettes(const CDynamicPalette* own, const CDynamicPalette* root) {
-    if (own == ownPalette && root == rootPalette) return;
-    ownPalette = own;
-    rootPalette = root;
-    isBuilt = false;
+bool CViewColors::setPalettes(const CDynamicPalette* own, const CDynamicPalette* root) {
+    const bool isOwnNew = change(ownPalette, own);
+    return change(rootPalette, root) || isOwnNew;
 }
 
 int CViewColors::findState(const CString& state) {

@@ -130,6 +130,66 @@ TEST_F(PictureTest, aPictureStaysAlignedToItsTargetWhicheverMoves) {
     EXPECT_EQ(left(), 10) << "without the target";
 }
 
+TEST_F(PictureTest, aWriteThatChangesNothingDoesNothing) {
+    auto* font = dynamic_cast<CFontObject*>(build({"font", "font", {}, {}, ""}));
+    font->setFont(FontStyle::Regular, blockFont());
+    build({"ui:dynamic-palette", "other", {}, {}, ""});
+    const std::vector<std::pair<std::string, std::string>> common{
+        {"placement", "full"},    {"color", "Red"},          {"color-slots", "|Mark"},
+        {"color-state", "On"},    {"disabled-color", "Off"}, {"shared-color", "^"},
+        {"palette", "other"},     {"image-set", "is"},       {"image-set-index", "8"},
+        {"image-set-range", "X"}, {"is-disabled", "true"},   {"inner-border", "2"},
+        {"spread", "1"},          {"outer-border", "1"},     {"unclip-level", "1"},
+        {"debug-area", "true"},   {"z-index", "2"},          {"opacity", "0.5"},
+        {"min-width", "5"}};
+    const struct {
+        const char* tag;
+        std::vector<std::pair<std::string, std::string>> own;
+    } rows[] = {{"ui:caption",
+                 {{"font-name", "font"},
+                  {"title", "ab"},
+                  {"text-color", "Mark"},
+                  {"shadow-color", "Shadow"},
+                  {"text-alignment", "left"},
+                  {"text-alignment-v", "top"},
+                  {"right-side-gap", "3"}}},
+                {"ui:picture",
+                 {{"pic-alignment-h", "left"},
+                  {"pic-alignment-v", "bottom"},
+                  {"pic-alignment-target", "^"},
+                  {"crop", "1"},
+                  {"is-tiling-x", "true"},
+                  {"is-tiling-y", "true"}}},
+                {"ui:frame-base",
+                 {{"has-borders", "true"},
+                  {"has-center", "true"},
+                  {"has-corners-only", "true"},
+                  {"is-fixed-frame", "true"},
+                  {"is-ignore-color-opacity", "true"},
+                  {"is-textured-background", "true"},
+                  {"textured-background-offset-x", "2"},
+                  {"second-layer-color", "Red"}}}};
+    for (const auto& row : rows) {
+        auto attributes = row.own;
+        attributes.insert(attributes.end(), common.begin(), common.end());
+        buildRoot({{row.tag, "v", attributes, {}, ""}});
+        ASSERT_EQ(failure, "");
+        frameAt(0.0);
+        addProbe(window, "probe")->listenObject("win.root.v", "title-changed", "ping");
+        window->takeDirty();
+        CProbe::journal.clear();
+        for (const auto& [name, value] : attributes) {
+            if (name == "font-name") continue;
+            set(at<CObject>("win.root.v"), name.c_str(), value.c_str());
+            EXPECT_TRUE(window->takeDirty().empty()) << row.tag << " " << name;
+            EXPECT_FALSE(window->metrics().needsUpdate()) << row.tag << " " << name;
+            EXPECT_TRUE(takeJournal().empty()) << row.tag << " " << name;
+        }
+        CObject::destroyObject(at<CObject>("win.root"));
+        CObject::destroyObject(at<CObject>("win.probe"));
+    }
+}
+
 TEST_F(PictureTest, aTexturedBackgroundIsTiledFromItsOffset) {
     buildRoot({{"ui:frame-base",
                 "f",
