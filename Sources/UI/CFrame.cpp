@@ -6,9 +6,11 @@ namespace lum {
 
 namespace {
 
+// All are off unless they are said: "false" in compiled data does not arrive. A shadow is nothing
+// but borders and has them always.
 constexpr CAttrRow<CFrame> kAttrs[] = {
-    {"has-borders", &CFrame::attrLook},                    // edges and corners, as a rule true
-    {"has-center", &CFrame::attrLook},                     // the area inside, as a rule false
+    {"has-borders", &CFrame::attrLook},                    // edges and corners
+    {"has-center", &CFrame::attrLook},                     // the area inside
     {"has-corners-only", &CFrame::attrLook},               // no edges
     {"is-fixed-frame", &CFrame::attrLook},                 // pieces at scale 1
     {"is-ignore-color-opacity", &CFrame::attrLook},        // colours count as opaque
@@ -51,7 +53,7 @@ CErrorResult CFrame::initContent() {
 
 CErrorResult CFrame::attrLook(const CAttrEntry&) {
     CParts given;
-    given.hasBorders = getAttrBool("has-borders", true);
+    given.hasBorders = getAttrBool("has-borders");
     given.hasCenter = getAttrBool("has-center");
     given.hasCornersOnly = getAttrBool("has-corners-only");
     given.isFixed = getAttrBool("is-fixed-frame");
@@ -100,8 +102,9 @@ void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     const int top = largest(kTopLeft, kTop, kTopRight, false);
     const int right = all.right - largest(kTopRight, kRight, kBottomRight, true);
     const int bottom = all.bottom - largest(kBottomLeft, kBottom, kBottomRight, false);
-    const bool hasCorners = parts.hasBorders || parts.hasCornersOnly;
-    const bool hasEdges = parts.hasBorders && !parts.hasCornersOnly;
+    const bool hasBorders = parts.hasBorders || getTag() == kShadowTag;
+    const bool hasCorners = hasBorders || parts.hasCornersOnly;
+    const bool hasEdges = hasBorders && !parts.hasCornersOnly;
     if (parts.hasCenter) addCenter(out, look, pieces, {left, top, right, bottom});
     if (parts.isTextured) addTexture(out, look, pieces, {left, top, right, bottom});
     if (hasEdges) {

@@ -28,7 +28,7 @@ private:
     struct CPieces;
     /// What the attributes say about it.
     struct CParts {
-        bool hasBorders = true;
+        bool hasBorders = false;
         bool hasCenter = false;
         bool hasCornersOnly = false;
         bool isFixed = false;

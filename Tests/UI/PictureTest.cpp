@@ -190,13 +190,37 @@ TEST_F(PictureTest, aWriteThatChangesNothingDoesNothing) {
     }
 }
 
+// The image is the first piece here, in the top left corner.
+TEST_F(PictureTest, aFrameHasThePartsThatItIsGiven) {
+    const struct {
+        const char* tag;
+        std::vector<std::pair<std::string, std::string>> own;
+        bool hasCorner;
+    } rows[] = {{"ui:frame-base", {}, false},
+                {"ui:frame-base", {{"has-borders", "true"}}, true},
+                {"ui:frame-base", {{"has-corners-only", "true"}}, true},
+                {"ui:frame-base", {{"has-center", "true"}}, false},
+                {"ui:shadow", {}, true}};
+    window->setScale(2.0);
+    for (const auto& row : rows) {
+        auto attributes = row.own;
+        for (const auto& [name, value] : {std::pair{"placement", "full"},
+                                          {"color", "Red"},
+                                          {"image-set", "is"},
+                                          {"image-set-index", "8"}})
+            attributes.emplace_back(name, value);
+        buildRoot({{row.tag, "f", attributes, {}, ""}});
+        EXPECT_EQ(pixel(1, 1) == 0xff0000, row.hasCorner) << row.tag << " " << row.own.size();
+        CObject::destroyObject(at<CObject>("win.root"));
+    }
+}
+
 TEST_F(PictureTest, aTexturedBackgroundIsTiledFromItsOffset) {
     buildRoot({{"ui:frame-base",
                 "f",
                 {{"placement", "full"},
                  {"color", "Red"},
                  {"image-set", "is"},
-                 {"has-borders", "false"},
                  {"is-textured-background", "true"}},
                 {},
                 ""}});
