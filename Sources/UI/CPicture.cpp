@@ -7,12 +7,12 @@ namespace lum {
 namespace {
 
 constexpr CAttrRow<CPicture> kAttrs[] = {
-    {"pic-alignment-h", &CPicture::attrPicAlignmentH}, // "left", "center", "right"
-    {"pic-alignment-v", &CPicture::attrPicAlignmentV}, // "top", "center", "bottom"
-    {"pic-alignment-target", &CPicture::attrPicAlignmentTarget},
-    {"crop", &CPicture::attrCrop},             // border syntax
-    {"is-tiling-x", &CPicture::attrIsTilingX}, // Boolean
-    {"is-tiling-y", &CPicture::attrIsTilingY}, // Boolean
+    {"pic-alignment-h", &CPicture::attrPicAlignmentH},           // "left", "center", "right"
+    {"pic-alignment-v", &CPicture::attrPicAlignmentV},           // "top", "center", "bottom"
+    {"pic-alignment-target", &CPicture::attrPicAlignmentTarget}, // path of a view
+    {"crop", &CPicture::attrCrop},                               // border syntax
+    {"is-tiling-x", &CPicture::attrIsTilingX},                   // Boolean
+    {"is-tiling-y", &CPicture::attrIsTilingY},                   // Boolean
 };
 
 /// Multiples of `size` from `start` that cover the way to `end`; one if it does not repeat.
