@@ -107,11 +107,12 @@ CErrorResult CDynamicColor::initContent() {
     return nullptr;
 }
 
-void CDynamicColor::prepareDestroy() {
+// Whoever hears of it does not find the colour any more.
+void CDynamicColor::detachFromParent() {
+    CObject::detachFromParent();
     if (palette) palette->removeColor(*this);
     palette = nullptr;
     data = nullptr;
-    CObject::prepareDestroy();
 }
 
 CErrorResult CDynamicColor::findPalette() {

@@ -24,7 +24,7 @@ public:
     static void fillClass(CClassInfo& info);
     CErrorResult init() override;
     CErrorResult initContent() override;
-    void prepareDestroy() override;
+    void detachFromParent() override;
 
     // The ramps to draw with; null before the palette has computed them.
     const CColor* getColor() const { return getGradientColor(0.0); }

@@ -144,16 +144,21 @@ void CDynamicPalette::listColors(CVector<CPaletteListLine>& out) const {
 void CDynamicPalette::addColor(CDynamicColor& color) {
     const CString name = color.getName();
     colors[name] = &color;
-    if (std::find(order.begin(), order.end(), &color) == order.end()) order.push_back(&color);
+    const bool isNew = std::find(order.begin(), order.end(), &color) == order.end();
+    if (isNew) order.push_back(&color);
     std::erase_if(hoverColors, [&color](const auto& item) { return item.second == &color; });
     if (color.isHoverable()) hoverColors[color.getHoverName()] = &color;
-    if (color.isCopyingParent()) return;
+    if (color.isCopyingParent()) {
+        if (isNew) announceColors();
+        return;
+    }
     std::unique_ptr<CDynamicColorData>& slot = data[name];
     if (!slot) slot = std::make_unique<CDynamicColorData>();
     slot->setForm(color.getGradientSize(), color.isHoverable());
     color.data = slot.get();
-    if (getState() >= 3 && color.data->setValues(color.values))
-        logAndDropError(fireEvent("dynamic-palette-updated", false));
+    if (getState() < 3) return;
+    const bool isChanged = color.data->setValues(color.values);
+    if (isNew || isChanged) announceColors();
 }
 
 void CDynamicPalette::removeColor(CDynamicColor& color) {
@@ -162,6 +167,11 @@ void CDynamicPalette::removeColor(CDynamicColor& color) {
     std::erase_if(hoverColors, isColor);
     for (size_t i = order.size(); i-- > 0;)
         if (order[i] == &color) order.erase(i);
+    announceColors();
+}
+
+void CDynamicPalette::announceColors() {
+    if (getState() >= 3) logAndDropError(fireEvent("dynamic-palette-updated", false));
 }
 
 CErrorResult CDynamicPalette::onColorChanged(CDynamicColor& color) {

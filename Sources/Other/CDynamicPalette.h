@@ -54,6 +54,8 @@ public:
     /// Enters a colour, or its changed form.
     void addColor(CDynamicColor& color);
     void removeColor(CDynamicColor& color);
+    /// Tells those who have looked colours up that there are others now.
+    void announceColors();
     CErrorResult onColorChanged(CDynamicColor& color);
 
     // Attributes and events.

@@ -53,7 +53,9 @@ CErrorResult CCaption::attrFontName(const CAttrEntry& value) {
 }
 
 CErrorResult CCaption::attrTitle(const CAttrEntry& value) {
-    const CString title = value.text();
+    const CString given = value.text();
+    if (wrapper.getParagraphCount() > 0 && given == title) return nullptr;
+    title = given;
     if (hasBrokenImageTag(title)) logFormat("Errors in caption: %s", title.toUtf8().c_str());
     wrapper.clear();
     wrapper.addParagraph(title);
@@ -64,34 +66,54 @@ CErrorResult CCaption::attrTitle(const CAttrEntry& value) {
 }
 
 CErrorResult CCaption::attrTextColor(const CAttrEntry&) {
-    updateTextSlots();
-    requestPrepare();
+    if (updateTextSlots()) requestPrepare();
     return nullptr;
 }
 
 CErrorResult CCaption::attrTextLook(const CAttrEntry&) {
+    const CString alignV = getAttrString("text-alignment-v");
+    const CTextPlace given{textAlignFromText(getAttrString("text-alignment")),
+                           alignV == "top"      ? 0.0
+                           : alignV == "bottom" ? 1.0
+                                                : 0.5,
+                           getAttrReal("right-side-gap")};
+    if (given == textPlace) return nullptr;
+    textPlace = given;
     updateCompactSize();
     requestPrepare();
+    return nullptr;
+}
+
+// Switched on again, the compact size would be that of the children.
+CErrorResult CCaption::attrCompactWidth(const CAttrEntry& value) {
+    LUM_TRY(CView::attrCompactWidth(value));
+    updateCompactSize();
+    return nullptr;
+}
+
+CErrorResult CCaption::attrCompactHeight(const CAttrEntry& value) {
+    LUM_TRY(CView::attrCompactHeight(value));
+    updateCompactSize();
     return nullptr;
 }
 
 void CCaption::onScaleChanged() {
     updateCompactSize();
-    requestPrepare();
+    CView::onScaleChanged();
 }
 
-// The shadow's slot stands behind those of the text's colours.
-void CCaption::updateTextSlots() {
+// The shadow's slot stands behind those of the text's colours. False: nothing has changed.
+bool CCaption::updateTextSlots() {
     CString slots = getAttrString("text-color", kDefaultSlot);
     CVector<CString> names;
     slots.split(names, u'|', false);
     names.resize(kTextColorCount, names.empty() ? CString(kDefaultSlot) : names[0]);
     const CString shadow = getAttrString("shadow-color");
-    hasShadow = !shadow.empty();
+    const bool hadShadow = std::exchange(hasShadow, !shadow.empty());
     names.push_back(hasShadow ? shadow : names[0]);
     slots = names[0];
     for (size_t i = 1; i < names.size(); i++) slots.append("|").append(names[i]);
-    setTextSlots(slots);
+    return setTextSlots(slots) || hasShadow != hadShadow;
 }
 
 // ---- Layout
@@ -101,8 +123,7 @@ CTextLayoutInputs CCaption::inputsFor(double width, bool isWrapped) const {
     inputs.scale = window->scale();
     inputs.width = width;
     inputs.isWrapped = isWrapped;
-    inputs.align = isWrapped || width > 0.0 ? textAlignFromText(getAttrString("text-alignment"))
-                                            : TextAlign::Left;
+    inputs.align = isWrapped || width > 0.0 ? textPlace.align : TextAlign::Left;
     return inputs;
 }
 
@@ -110,7 +131,7 @@ void CCaption::updateCompactSize() {
     if (!getArea() || !hasFont || wrapper.getParagraphCount() == 0) return;
     wrapper.setInputs(inputsFor(0.0, false));
     const CTextWrapper::CSize size = wrapper.getSize();
-    const double gap = getAttrReal("right-side-gap") * window->scale();
+    const double gap = textPlace.gap * window->scale();
     if (getAttrString("compact-width") != "0")
         getArea()->setCompactValue(kAxisX, std::ceil(size.width + gap));
     if (getAttrString("compact-height") != "0")
@@ -122,16 +143,14 @@ void CCaption::layoutText() {
     const CPixelRect all = localBounds();
     const double left = area.value(Metric::InnerNear, kAxisX);
     const double top = area.value(Metric::InnerNear, kAxisY);
-    const double gap = getAttrReal("right-side-gap") * window->scale();
+    const double gap = textPlace.gap * window->scale();
     const double width = all.width() - left - area.value(Metric::InnerFar, kAxisX) - gap;
     const double height = all.height() - top - area.value(Metric::InnerFar, kAxisY);
-    const bool hasMarkup = getAttrString("title").find(u'[') >= 0;
+    const bool hasMarkup = title.find(u'[') >= 0;
     wrapper.setInputs(inputsFor(std::max(width, 1.0), hasMarkup));
-    const CString align = getAttrString("text-alignment-v");
-    const double part = align == "top" ? 0.0 : align == "bottom" ? 1.0 : 0.5;
     const double free = height - wrapper.getSize().height;
     textX = CTextDrawing::toPixel(left);
-    textY = CTextDrawing::toPixel(top + free * part);
+    textY = CTextDrawing::toPixel(top + free * textPlace.alignV);
     shadowShift = std::max(1, static_cast<int>(std::lround(window->scale())));
 }
 

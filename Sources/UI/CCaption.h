@@ -16,6 +16,8 @@ public:
     CErrorResult attrTitle(const CAttrEntry& value);
     CErrorResult attrTextColor(const CAttrEntry& value);
     CErrorResult attrTextLook(const CAttrEntry& value);
+    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
+    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
     CErrorResult prepare() override;
 
@@ -23,15 +25,23 @@ protected:
     void render(const CViewContext& context) const override;
 
 private:
+    struct CTextPlace {
+        TextAlign align = TextAlign::Centre;
+        double alignV = 0.5; // part of the free space above the text
+        double gap = 0.0;    // interface units behind the text
+        friend bool operator==(const CTextPlace&, const CTextPlace&) = default;
+    };
     CErrorResult findFont(const CString& path);
     CTextLayoutInputs inputsFor(double width, bool isWrapped) const;
     void updateCompactSize();
-    void updateTextSlots();
+    bool updateTextSlots();
     void layoutText();
     void prepareText(int index, const CViewLook& look);
 
     CObjectTextImages images{*this};
     CTextWrapper wrapper;
+    CString title; // what the wrapper has
+    CTextPlace textPlace;
     bool hasFont = false;
     bool hasShadow = false;
     CTextDrawing texts[2]; // by look

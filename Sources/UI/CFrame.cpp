@@ -6,9 +6,11 @@ namespace lum {
 
 namespace {
 
+// All are off unless they are said: "false" in compiled data does not arrive. A shadow is nothing
+// but borders and has them always.
 constexpr CAttrRow<CFrame> kAttrs[] = {
-    {"has-borders", &CFrame::attrLook},                    // edges and corners, as a rule true
-    {"has-center", &CFrame::attrLook},                     // the area inside, as a rule false
+    {"has-borders", &CFrame::attrLook},                    // edges and corners
+    {"has-center", &CFrame::attrLook},                     // the area inside
     {"has-corners-only", &CFrame::attrLook},               // no edges
     {"is-fixed-frame", &CFrame::attrLook},                 // pieces at scale 1
     {"is-ignore-color-opacity", &CFrame::attrLook},        // colours count as opaque
@@ -50,6 +52,16 @@ CErrorResult CFrame::initContent() {
 }
 
 CErrorResult CFrame::attrLook(const CAttrEntry&) {
+    CParts given;
+    given.hasBorders = getAttrBool("has-borders");
+    given.hasCenter = getAttrBool("has-center");
+    given.hasCornersOnly = getAttrBool("has-corners-only");
+    given.isFixed = getAttrBool("is-fixed-frame");
+    given.isOpaque = getAttrBool("is-ignore-color-opacity");
+    given.isTextured = getAttrBool("is-textured-background");
+    given.textureOffset = getAttrReal("textured-background-offset-x");
+    if (given == parts) return nullptr;
+    parts = given;
     requestPrepare();
     return nullptr;
 }
@@ -73,7 +85,7 @@ CErrorResult CFrame::onCaptionChanged(CAttrMap& arguments) {
 
 void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     CPieces pieces;
-    pieces.scale = getAttrBool("is-fixed-frame") ? 1.0 : window->scale();
+    pieces.scale = parts.isFixed ? 1.0 : window->scale();
     for (int piece = 0; piece < kPieceCount; piece++) {
         pieces.images[piece] = getImage(look, kFirstPiece + piece);
         if (pieces.images[piece])
@@ -90,11 +102,11 @@ void CFrame::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     const int top = largest(kTopLeft, kTop, kTopRight, false);
     const int right = all.right - largest(kTopRight, kRight, kBottomRight, true);
     const int bottom = all.bottom - largest(kBottomLeft, kBottom, kBottomRight, false);
-    const bool hasCorners = getAttrBool("has-borders", true) || getAttrBool("has-corners-only");
-    const bool hasEdges = getAttrBool("has-borders", true) && !getAttrBool("has-corners-only");
-    if (getAttrBool("has-center")) addCenter(out, look, pieces, {left, top, right, bottom});
-    if (getAttrBool("is-textured-background"))
-        addTexture(out, look, pieces, {left, top, right, bottom});
+    const bool hasBorders = parts.hasBorders || getTag() == kShadowTag;
+    const bool hasCorners = hasBorders || parts.hasCornersOnly;
+    const bool hasEdges = hasBorders && !parts.hasCornersOnly;
+    if (parts.hasCenter) addCenter(out, look, pieces, {left, top, right, bottom});
+    if (parts.isTextured) addTexture(out, look, pieces, {left, top, right, bottom});
     if (hasEdges) {
         addTiled(out, look, pieces, kTop, {left, 0, right, top});
         addTiled(out, look, pieces, kLeft, {0, top, left, bottom});
@@ -139,7 +151,7 @@ void CFrame::addTexture(CPreparedDraw& out, const CViewLook& look, const CPieces
     const CImage* image = getImage(look, kTexture);
     const CPixelRect size = image ? imageBounds(*image, pieces.scale) : CPixelRect();
     if (area.empty() || size.empty()) return;
-    const double offset = getAttrReal("textured-background-offset-x") * pieces.scale;
+    const double offset = parts.textureOffset * pieces.scale;
     const double shift = std::fmod(std::round(offset), size.width());
     const int start = area.left + static_cast<int>(shift) - (shift > 0.0 ? size.width() : 0);
     addTiles(out, look, *image, pieces.scale, size, area, start);
@@ -159,10 +171,9 @@ void CFrame::addCenter(CPreparedDraw& out, const CViewLook& look, const CPieces&
 }
 
 void CFrame::adjust(CPreparedDraw& out, size_t from, double scale) const {
-    const bool isOpaque = getAttrBool("is-ignore-color-opacity");
     for (size_t i = from; i < out.size(); i++) {
         out[i].scale = scale;
-        if (isOpaque) out[i].color.opacity = 1.0;
+        if (parts.isOpaque) out[i].color.opacity = 1.0;
     }
 }
 

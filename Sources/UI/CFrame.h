@@ -26,6 +26,17 @@ private:
     enum Piece { kTopLeft, kTop, kTopRight, kLeft, kRight, kBottomLeft, kBottom, kBottomRight };
     static constexpr int kPieceCount = 8;
     struct CPieces;
+    /// What the attributes say about it.
+    struct CParts {
+        bool hasBorders = false;
+        bool hasCenter = false;
+        bool hasCornersOnly = false;
+        bool isFixed = false;
+        bool isOpaque = false;
+        bool isTextured = false;
+        double textureOffset = 0.0; // interface units
+        friend bool operator==(const CParts&, const CParts&) = default;
+    };
 
     void addPiece(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces, int piece,
                   const CPixelRect& area);
@@ -38,6 +49,8 @@ private:
     void addCenter(CPreparedDraw& out, const CViewLook& look, const CPieces& pieces,
                    const CPixelRect& area);
     void adjust(CPreparedDraw& out, size_t from, double scale) const;
+
+    CParts parts;
 };
 
 } // namespace lum

@@ -14,6 +14,8 @@ public:
     void start(double fromValue, double toValue, double now, double duration);
     /// The value to write at `now`, in steps of 1/10000; behind the end the channel has finished.
     double step(double now);
+    /// The number is somebody else's from now on.
+    void stop() { finished = true; }
     bool isFinished() const { return finished; }
     double getTarget() const { return to; }
 

@@ -7,12 +7,12 @@ namespace lum {
 namespace {
 
 constexpr CAttrRow<CPicture> kAttrs[] = {
-    {"pic-alignment-h", &CPicture::attrPicAlignmentH}, // "left", "center", "right"
-    {"pic-alignment-v", &CPicture::attrPicAlignmentV}, // "top", "center", "bottom"
-    {"pic-alignment-target", &CPicture::attrPicture},  // view whose rectangle counts
-    {"crop", &CPicture::attrCrop},                     // border syntax
-    {"is-tiling-x", &CPicture::attrPicture},           // Boolean
-    {"is-tiling-y", &CPicture::attrPicture},           // Boolean
+    {"pic-alignment-h", &CPicture::attrPicAlignmentH},           // "left", "center", "right"
+    {"pic-alignment-v", &CPicture::attrPicAlignmentV},           // "top", "center", "bottom"
+    {"pic-alignment-target", &CPicture::attrPicAlignmentTarget}, // path of a view
+    {"crop", &CPicture::attrCrop},                               // border syntax
+    {"is-tiling-x", &CPicture::attrIsTilingX},                   // Boolean
+    {"is-tiling-y", &CPicture::attrIsTilingY},                   // Boolean
 };
 
 /// Multiples of `size` from `start` that cover the way to `end`; one if it does not repeat.
@@ -45,25 +45,39 @@ CErrorResult CPicture::initDone() {
     return nullptr;
 }
 
-CErrorResult CPicture::attrPicture(const CAttrEntry&) {
+template <class T>
+CErrorResult CPicture::change(T& member, const T& value) {
+    if (member == value) return nullptr;
+    member = value;
     requestPrepare();
     return nullptr;
+}
+
+CErrorResult CPicture::attrPicAlignmentTarget(const CAttrEntry& value) {
+    return change(target, value.text());
+}
+
+CErrorResult CPicture::attrIsTilingX(const CAttrEntry& value) {
+    return change(tiling[kAxisX], value.boolOr(false));
+}
+
+CErrorResult CPicture::attrIsTilingY(const CAttrEntry& value) {
+    return change(tiling[kAxisY], value.boolOr(false));
 }
 
 CErrorResult CPicture::attrPicAlignmentH(const CAttrEntry& value) {
-    alignX = partOf(value.text(), "left", "right");
-    requestPrepare();
-    return nullptr;
+    return change(alignX, partOf(value.text(), "left", "right"));
 }
 
 CErrorResult CPicture::attrPicAlignmentV(const CAttrEntry& value) {
-    alignY = partOf(value.text(), "top", "bottom");
-    requestPrepare();
-    return nullptr;
+    return change(alignY, partOf(value.text(), "top", "bottom"));
 }
 
 CErrorResult CPicture::attrCrop(const CAttrEntry& value) {
-    crop.parse(value.text());
+    CViewBorder given;
+    given.parse(value.text());
+    if (given == crop) return nullptr;
+    crop = given;
     updateCompactSize();
     requestPrepare();
     return nullptr;
@@ -84,9 +98,22 @@ void CPicture::onLookChanged() {
     CView::onLookChanged();
 }
 
+// Switched on again, the compact size would be that of the children.
+CErrorResult CPicture::attrCompactWidth(const CAttrEntry& value) {
+    LUM_TRY(CView::attrCompactWidth(value));
+    updateCompactSize();
+    return nullptr;
+}
+
+CErrorResult CPicture::attrCompactHeight(const CAttrEntry& value) {
+    LUM_TRY(CView::attrCompactHeight(value));
+    updateCompactSize();
+    return nullptr;
+}
+
 void CPicture::onScaleChanged() {
     updateCompactSize();
-    requestPrepare();
+    CView::onScaleChanged();
 }
 
 void CPicture::updateCompactSize() {
@@ -100,12 +127,12 @@ void CPicture::updateCompactSize() {
         getArea()->setCompactValue(kAxisY, size.height() - (crop.top + crop.bottom) * scale);
 }
 
-CPixelRect CPicture::targetBounds() const {
-    const CString path = getAttrString("pic-alignment-target");
-    const auto* target = path.empty() ? nullptr : findAs<CView>(path);
-    if (!target) return localBounds();
+CPixelRect CPicture::targetBounds() {
+    auto* view = target.empty() ? nullptr : findAs<CView>(target);
+    followPlace(view == this ? nullptr : view);
+    if (!view) return localBounds();
     const CPixelRect own = getPixelRect();
-    const CPixelRect other = target->getPixelRect();
+    const CPixelRect other = view->getPixelRect();
     return {other.left - own.left, other.top - own.top, other.right - own.left,
             other.bottom - own.top};
 }
@@ -123,8 +150,8 @@ void CPicture::prepareLook(CPreparedDraw& out, const CViewLook& look) {
     const int x = around.left + static_cast<int>(std::lround((around.width() - width) * alignX));
     const int y = around.top + static_cast<int>(std::lround((around.height() - height) * alignY));
     const CPixelRect all = localBounds();
-    for (const int left : steps(x, all.left, all.right, width, getAttrBool("is-tiling-x")))
-        for (const int top : steps(y, all.top, all.bottom, height, getAttrBool("is-tiling-y")))
+    for (const int left : steps(x, all.left, all.right, width, tiling[kAxisX]))
+        for (const int top : steps(y, all.top, all.bottom, height, tiling[kAxisY]))
             addImage(out, look, *image, left - pixels(crop.left), top - pixels(crop.top),
                      CPixelRect{left, top, left + width, top + height}.intersected(all));
 }

@@ -10,10 +10,14 @@ class CPicture : public CView {
 public:
     static void fillClass(CClassInfo& info);
     CErrorResult initDone() override;
-    CErrorResult attrPicture(const CAttrEntry& value);
+    CErrorResult attrPicAlignmentTarget(const CAttrEntry& value);
+    CErrorResult attrIsTilingX(const CAttrEntry& value);
+    CErrorResult attrIsTilingY(const CAttrEntry& value);
     CErrorResult attrPicAlignmentH(const CAttrEntry& value);
     CErrorResult attrPicAlignmentV(const CAttrEntry& value);
     CErrorResult attrCrop(const CAttrEntry& value);
+    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
+    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
 
 protected:
@@ -23,12 +27,16 @@ protected:
     void onLookChanged() override;
 
 private:
+    template <class T>
+    CErrorResult change(T& member, const T& value);
     void updateCompactSize();
-    CPixelRect targetBounds() const;
+    CPixelRect targetBounds();
 
     double alignX = 0.5; // part of the free space in front of the image
     double alignY = 0.5;
-    CViewBorder crop; // interface units
+    CViewBorder crop;    // interface units
+    CString target;      // path of the view whose rectangle counts
+    bool tiling[2] = {}; // by axis
 };
 
 } // namespace lum

@@ -1,5 +1,6 @@
 #include "UI/CView.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -76,6 +77,14 @@ void CView::prepareDestroy() {
         window->unqueuePrepare(*this);
         for (const int look : {0, 1}) dropPlacements(look);
     }
+    followPlace(nullptr);
+    for (CView* follower : followers) {
+        follower->followed = nullptr;
+        follower->requestPrepare();
+    }
+    followers.clear();
+    if (unclipLevel > 0) countUnclipped(-1);
+    unclipLevel = 0;
     CViewBase::prepareDestroy();
 }
 
@@ -94,15 +103,14 @@ void CView::onAreaUpdate(double x, double y, double width, double height) {
 
 void CView::place(const CViewRect& moved) {
     const CPixelRect before = getPixelRect();
-    const CViewRect shownBefore = shownRect;
     rect = moved;
     const CPixelRect after = getPixelRect();
-    if (before.width() != after.width() || before.height() != after.height()) requestPrepare();
-    updateClip();
-    if (CSectorMapBase* map = window->sectorMap()) {
-        if (!shownBefore.empty()) map->addDirtyRect(shownBefore);
-        map->markDirty(shownRect, *this);
-    }
+    const bool isSameSize = before.width() == after.width() && before.height() == after.height();
+    const bool isSamePlace = before.left == after.left && before.top == after.top;
+    if (!isSameSize || (followed && !isSamePlace)) requestPrepare();
+    if (!isSameSize || !isSamePlace) tellFollowers();
+    updateClip(ClipAbove::Same);
+    invalidate();
     if (this != rootView) return;
     CAttrMap arguments;
     arguments["width"] = CAttrEntry::ofReal(rect.width);
@@ -111,9 +119,18 @@ void CView::place(const CViewRect& moved) {
 }
 
 CErrorResult CView::attrUnclipLevel(const CAttrEntry& value) {
-    unclipLevel = value.intOr(0);
-    if (hasBeenPlaced) updateClip();
+    const int level = std::max(value.intOr(0), 0);
+    if (level == unclipLevel) return nullptr;
+    countUnclipped((level > 0 ? 1 : 0) - (unclipLevel > 0 ? 1 : 0));
+    unclipLevel = level;
+    if (hasBeenPlaced) updateClip(ClipAbove::Same);
     return nullptr;
+}
+
+void CView::countUnclipped(int count) {
+    if (count == 0) return;
+    for (CViewBasePlacement* above = getParentView(); above; above = above->getParentView())
+        if (auto* view = dynamic_cast<CView*>(above)) view->unclippedBelow += count;
 }
 
 const CView* CView::clippingView() const {
@@ -122,31 +139,55 @@ const CView* CView::clippingView() const {
     return dynamic_cast<const CView*>(above);
 }
 
-// Children that do not move themselves are clipped anew with this view.
-void CView::updateClip() {
-    const CView* above = clippingView();
+// Children that do not move themselves are clipped anew with this view, and so are those further
+// below that ignore the ones between. What the view leaves is drawn anew.
+void CView::updateClip(ClipAbove above) {
+    const CView* clipping = clippingView();
     const CViewRect clip =
-        above ? above->childClip
-              : CViewRect{-kUnbounded, -kUnbounded, 2.0 * kUnbounded, 2.0 * kUnbounded};
+        clipping ? clipping->childClip
+                 : CViewRect{-kUnbounded, -kUnbounded, 2.0 * kUnbounded, 2.0 * kUnbounded};
     const CViewRect shown = getDrawRect().intersected(clip);
     const CViewRect inside = rect.intersected(clip);
     const bool isNewForChildren = !(inside == childClip);
     childClip = inside;
     if (!(shown == shownRect)) {
+        CSectorMapBase* map = window->sectorMap();
+        if (map && !shownRect.empty()) map->addDirtyRect(shownRect);
         shownRect = shown;
-        if (CSectorMapBase* map = window->sectorMap()) map->enter(*this, shownRect);
+        if (map) map->enter(*this, shownRect);
     }
-    if (!isNewForChildren) return;
+    const bool isNewFurtherBelow = above == ClipAbove::New && unclippedBelow > 0;
+    if (!isNewForChildren && !isNewFurtherBelow) return;
     for (CViewBasePlacement* child : getChildViews())
         if (auto* view = dynamic_cast<CView*>(child); view && view->hasBeenPlaced)
-            view->updateClip();
+            view->updateClip(ClipAbove::New);
+}
+
+// The spread is in interface units.
+void CView::onScaleChanged() {
+    if (hasBeenPlaced) updateClip(ClipAbove::Same);
+    requestPrepare();
 }
 
 void CView::onSpreadChanged() {
     if (!hasBeenPlaced) return;
-    invalidate();
-    updateClip();
+    updateClip(ClipAbove::Same);
     requestPrepare();
+    tellFollowers();
+}
+
+void CView::followPlace(CView* other) {
+    if (other == followed) return;
+    if (followed) {
+        auto& list = followed->followers;
+        list.erase(static_cast<size_t>(std::find(list.begin(), list.end(), this) - list.begin()));
+    }
+    followed = other;
+    if (followed) followed->followers.push_back(this);
+}
+
+void CView::tellFollowers() {
+    for (CView* follower : followers) follower->requestPrepare();
 }
 
 void CView::onZChanged() {
@@ -176,7 +217,13 @@ void CView::requestPrepare() {
 
 CErrorResult CView::onPrepareColor() {
     requestPrepare();
+    tellSharers();
     return nullptr;
+}
+
+void CView::onLookChanged() {
+    requestPrepare();
+    tellSharers();
 }
 
 CErrorResult CView::prepare() {
@@ -191,8 +238,8 @@ CErrorResult CView::prepare() {
 }
 
 CErrorResult CView::attrDebugArea(const CAttrEntry& value) {
-    isAreaShown = value.boolOr(false);
-    invalidate();
+    const bool isWanted = value.boolOr(false);
+    if (std::exchange(isAreaShown, isWanted) != isWanted) invalidate();
     return nullptr;
 }
 

@@ -41,7 +41,7 @@ public:
     virtual CErrorResult prepare();
 
     /// The window has another scale; contents with a size of their own measure themselves anew.
-    virtual void onScaleChanged() { requestPrepare(); }
+    virtual void onScaleChanged();
     /// Has `prepare` run before the next drawing.
     void requestPrepare();
     /// The part of the window in which the view shows.
@@ -60,7 +60,7 @@ protected:
     virtual void prepareLook(CPreparedDraw& out, const CViewLook& look);
 
     CErrorResult onPrepareColor() override;
-    void onLookChanged() override { requestPrepare(); }
+    void onLookChanged() override;
     void onCrossfadeStep() override { invalidate(); }
     void onVisibilityChanged() override { invalidate(); }
     void onOpacityChanged() override { invalidate(); }
@@ -76,6 +76,8 @@ protected:
     /// Size of an image at a scale, from its origin to its far edges.
     static CPixelRect imageBounds(const CImage& image, double scale);
     CPixelRect localBounds() const; // of the drawing, its corner at 0, 0
+    /// This view's `prepare` reads where the other one lies beside it; null for none.
+    void followPlace(CView* other);
 
 private:
     void place(const CViewRect& moved);
@@ -83,7 +85,10 @@ private:
     CErrorResult drawFaded(const CViewContext& context, int look, double weight) const;
     void buildLook(int index, const CViewLook& look);
     void dropPlacements(int index);
-    void updateClip();
+    enum class ClipAbove { Same, New };
+    void updateClip(ClipAbove above);
+    void countUnclipped(int count);
+    void tellFollowers();
     const CView* clippingView() const;
     CErrorResult passToWindow(const char* event, CAttrMap& arguments);
 
@@ -91,7 +96,10 @@ private:
     CViewRect shownRect;
     CViewRect childClip; // what of the window children can show in
     CPreparedDraw prepared[2];
-    int unclipLevel = 0; // ancestors whose clipping does not count
+    CView* followed = nullptr;
+    CVector<CView*, 0> followers; // that prepare anew when this view moves
+    int unclipLevel = 0;          // ancestors whose clipping does not count
+    int unclippedBelow = 0;       // views that clip against an ancestor of their parent
     bool isPrepareQueued = false;
     bool hasBeenPlaced = false;
     bool isGradientMoving = false;

@@ -112,6 +112,7 @@ public:
     const CVector<CViewArea*, 4>& getChildren() const { return children; }
     CViewMetrics& getMetrics() const { return metrics; }
     const CViewBorder& getSpread() const { return spread; }
+    const CViewBorder& getInnerBorder() const { return inner; }
     bool isScrollable() const { return scrollable; }
     bool isShown() const { return visible; }
     int getLevel() const { return level; } // 0 for a root

@@ -78,7 +78,7 @@ void CViewArea::compileRow(CInlineRow& row) {
         }
     }
     for (const int kind : {0, 1}) {
-        largest[kind].constant(metrics.constantIndex(counts[kind])).op(MetricOp::MaxOfN);
+        largest[kind].constant(metrics.countIndex(counts[kind])).op(MetricOp::MaxOfN);
         metrics.setProgram(row.cells[kRowMain + kind], sums[kind]);
         metrics.setProgram(row.cells[kRowCross + kind], largest[kind]);
     }
@@ -133,7 +133,7 @@ void CViewArea::compileCompact(int axis) {
         program.append(inRows);
         addSum();
     }
-    program.constant(metrics.constantIndex(count)).op(MetricOp::MaxOfN);
+    program.constant(metrics.countIndex(count)).op(MetricOp::MaxOfN);
     metrics.setProgram(id(M::Compact, axis), program);
 }
 

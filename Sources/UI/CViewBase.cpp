@@ -11,7 +11,7 @@ namespace {
 using C = CViewBase;
 constexpr CAttrRow<C> kAttrs[] = {
     {"color", &C::attrColor},                   // start of the colour names
-    {"disabled-color", &C::attrColor},          // the same while disabled
+    {"disabled-color", &C::attrColor},          // name of the colour while disabled
     {"color-slots", &C::attrColorSlots},        // their ends, separated by "|"
     {"shared-color", &C::attrSharedColor},      // "^": the colours of the view above
     {"palette", &C::attrPalette},               // path of another palette
@@ -23,8 +23,10 @@ constexpr CAttrRow<C> kAttrs[] = {
 };
 
 constexpr const char* kRootPalette = "ui.palette";
+constexpr const char* kPaletteEvent = "dynamic-palette-updated";
 constexpr const char* kPalettePrefix = "pal.";
 constexpr const char* kDisabledColor = "Disabled";
+constexpr const char* kDisabledText = "DisabledText";
 constexpr double kTopmost = 1e6; // above every plain z-index
 constexpr const char* kTopmostWord = "topmost";
 
@@ -53,16 +55,17 @@ CErrorResult CViewBase::initContent() {
 // ---- Colours
 
 CErrorResult CViewBase::attrColor(const CAttrEntry&) {
-    updateColorNames();
-    return onPrepareColor();
+    return updateColorNames() ? onPrepareColor() : nullptr;
 }
 
 CErrorResult CViewBase::attrColorSlots(const CAttrEntry& value) {
-    colors.setSlots(value.text());
-    return onPrepareColor();
+    return colors.setSlots(value.text()) ? onPrepareColor() : nullptr;
 }
 
-CErrorResult CViewBase::attrSharedColor(const CAttrEntry&) {
+CErrorResult CViewBase::attrSharedColor(const CAttrEntry& value) {
+    const bool isSharing = value.text() == "^";
+    if (isSharing == isSharingColor) return nullptr;
+    isSharingColor = isSharing;
     return onPrepareColor();
 }
 
@@ -84,33 +87,37 @@ CErrorResult CViewBase::attrPalette(const CAttrEntry& value) {
                             path);
     }
     const CDynamicPalette* common = findAs<CDynamicPalette>(kRootPalette);
-    colors.setPalettes(own, common);
     textColors.setPalettes(own, common);
+    if (!colors.setPalettes(own, common)) return nullptr;
+    followPalette(own && own != common ? own->getFullName() : CString());
     return onPaletteChanged();
 }
 
+// The palette of the tree is followed in any case.
+void CViewBase::followPalette(const CString& name) {
+    if (name == ownPalette) return;
+    if (!ownPalette.empty()) unlistenObject(ownPalette, kPaletteEvent);
+    ownPalette = name;
+    if (!ownPalette.empty()) listenObject(ownPalette, kPaletteEvent, kPaletteEvent);
+}
+
 void CViewBase::setColorSlot(int index, const CString& name) {
-    colors.setSlot(index, name);
-    logAndDropError(onPrepareColor());
+    if (colors.setSlot(index, name)) logAndDropError(onPrepareColor());
 }
 
-void CViewBase::setTextPrefix(const CString& name) {
-    textPrefix = name;
-    hasTextPrefix = true;
-    updateColorNames();
-}
-
-// A disabled view has the colours of disabled ones, whatever it has otherwise.
-void CViewBase::updateColorNames() {
-    CString own = getAttrString("color");
-    CString text = hasTextPrefix ? textPrefix : own;
+// A disabled view has one colour for all fills and one for all texts.
+bool CViewBase::updateColorNames() {
+    CString fill, text;
     if (isDisabledInTree()) {
-        own = getAttrString("disabled-color", kDisabledColor);
-        if (own.empty()) own = kDisabledColor;
-        text = hasTextPrefix ? CString(kDisabledColor) + "Text" : own;
+        fill = getAttrString("disabled-color");
+        if (fill.empty()) fill = kDisabledColor;
+        text = kDisabledText;
     }
-    colors.setColor(own);
-    textColors.setColor(text);
+    const CString own = getAttrString("color");
+    bool isChanged = colors.setColor(own);
+    isChanged = textColors.setColor(own) || isChanged;
+    isChanged = colors.setCommonName(fill) || isChanged;
+    return textColors.setCommonName(text) || isChanged;
 }
 
 void CViewBase::onDisabledChanged() {
@@ -130,15 +137,23 @@ void CViewBase::invalidateColors() {
     textColors.invalidate();
 }
 
-CViewColors& CViewBase::usedColors() {
-    auto* above = dynamic_cast<CViewBase*>(getParentView());
-    return above && getAttrString("shared-color") == "^" ? above->usedColors() : colors;
+void CViewBase::tellSharers() {
+    for (CViewBasePlacement* child : getChildViews())
+        if (auto* view = dynamic_cast<CViewBase*>(child); view && view->isSharingColor)
+            logAndDropError(view->onPrepareColor());
 }
 
+CViewBase& CViewBase::colorSource() {
+    auto* above = isSharingColor ? dynamic_cast<CViewBase*>(getParentView()) : nullptr;
+    return above ? above->colorSource() : *this;
+}
+
+// Shared colours are those that the other view has or is fading to, whatever the look here.
 CDrawColor CViewBase::getColor(int slot, const CViewLook& look) {
-    CViewColors& used = usedColors();
-    return used.get(slot, used.findState(isDisabledInTree() ? CString() : look.colorState),
-                    gradientPosition);
+    CViewBase& source = colorSource();
+    const CViewLook& used = &source == this ? look : source.getCrossfade().getTarget();
+    const int row = source.colors.findState(isDisabledInTree() ? CString() : used.colorState);
+    return source.colors.get(slot, row, gradientPosition);
 }
 
 CDrawColor CViewBase::getTextColor(int slot, const CViewLook& look) {
@@ -154,12 +169,14 @@ void CViewBase::setGradientPosition(double position) {
 // ---- Images
 
 CErrorResult CViewBase::attrImageSet(const CAttrEntry& value) {
-    imageSet = nullptr;
+    const CImageSetObject* before = std::exchange(imageSet, nullptr);
     if (!value.text().empty()) LUM_TRY(findObjectByAttr(imageSet, "image-set"));
-    return onImageSetChanged();
+    return imageSet == before ? nullptr : onImageSetChanged();
 }
 
-CErrorResult CViewBase::attrImageSetIndex(const CAttrEntry&) {
+CErrorResult CViewBase::attrImageSetIndex(const CAttrEntry& value) {
+    const int given = value.intOr(0);
+    if (std::exchange(imageSetIndex, given) == given) return nullptr;
     return onImageSetRangeChanged();
 }
 
@@ -170,8 +187,7 @@ const CImageSet* CViewBase::getImageSet() const {
 const CImage* CViewBase::getImage(const CViewLook& look, int offset) const {
     const CImageSet* images = getImageSet();
     if (!images) return nullptr;
-    return images->getImage(images->findRange(look.imageSetRange) + getAttrInt("image-set-index") +
-                            offset);
+    return images->getImage(images->findRange(look.imageSetRange) + imageSetIndex + offset);
 }
 
 // ---- Order

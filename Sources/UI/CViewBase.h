@@ -49,22 +49,27 @@ protected:
     virtual CErrorResult onPaletteChanged() { return onPrepareColor(); }
     virtual void onZChanged() {}
     void onDisabledChanged() override;
-    void setTextSlots(const CString& names) { textColors.setSlots(names); }
-    void setTextPrefix(const CString& name);
+    bool setTextSlots(const CString& names) {
+        return textColors.setSlots(names);
+    } // false: the same
     void invalidateColors();
+    /// Has the children that share this view's colours fetch them anew.
+    void tellSharers();
     void updateZ();
     void setGradientPosition(double position);
 
 private:
-    CViewColors& usedColors();
-    void updateColorNames();
+    void followPalette(const CString& name);
+    CViewBase& colorSource();
+    bool updateColorNames();
     double parseZ() const;
 
     CViewColors colors;
     CViewColors textColors;
+    CString ownPalette; // full name, empty: that of the tree
     const CImageSetObject* imageSet = nullptr;
-    CString textPrefix;
-    bool hasTextPrefix = false;
+    bool isSharingColor = false; // draws with the colours of the view above
+    int imageSetIndex = 0;
     double z = 0.0;
     double gradientPosition = 0.0;
 };

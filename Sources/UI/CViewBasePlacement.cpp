@@ -68,6 +68,7 @@ constexpr const char* kAlignNames[2][3] = {{"left", "center", "right"},
                                            {"top", "center", "bottom"}};
 constexpr const char* kAxisNames[2] = {"h", "v"};
 constexpr const char* kRatioNames[2] = {"ratio-x", "ratio-y"};
+constexpr const char* kSizeNames[2] = {"width", "height"};
 constexpr const char* kOffsetNames[2] = {"offset-x", "offset-y"};
 constexpr double kSmallestRatio = 0.0001;
 constexpr double kWholeRatio = 0.99; // from here on the content counts as wholly visible
@@ -192,7 +193,9 @@ CErrorResult CViewBasePlacement::attrCompactHeight(const CAttrEntry& value) {
 }
 
 CErrorResult CViewBasePlacement::attrInnerBorder(const CAttrEntry& value) {
-    if (viewArea) viewArea->setInnerBorder(borderOf(value));
+    const CViewBorder border = borderOf(value);
+    if (!viewArea || viewArea->getInnerBorder() == border) return nullptr;
+    viewArea->setInnerBorder(border);
     onSpreadChanged(); // what is drawn inside it stands elsewhere
     return nullptr;
 }
@@ -290,6 +293,10 @@ CErrorResult CViewBasePlacement::parseSize(CSizeRule& out, const CString& text, 
 
 CErrorResult CViewBasePlacement::setSizeRule(const CAttrEntry& value, int axis) {
     const CString text = value.text();
+    if (text.empty() && isUnsettingSize) {
+        if (viewArea) viewArea->setSize(axis, {});
+        return nullptr;
+    }
     if (text.empty())
         return axis == kAxisX
                    ? LUM_FAIL(
@@ -300,6 +307,13 @@ CErrorResult CViewBasePlacement::setSizeRule(const CAttrEntry& value, int axis) 
     LUM_TRY(parseSize(rule, text, axis));
     if (viewArea) viewArea->setSize(axis, rule);
     return nullptr;
+}
+
+CErrorResult CViewBasePlacement::unsetSize(int axis) {
+    isUnsettingSize = true;
+    CErrorResult error = setAttrValue(kSizeNames[axis], CAttrEntry(), true);
+    isUnsettingSize = false;
+    return error;
 }
 
 // An empty limit is none.
@@ -485,14 +499,15 @@ void CViewBasePlacement::updateFinalOpacity(bool withChildren) {
     for (CViewBasePlacement* child : childViews) child->updateFinalOpacity(true);
 }
 
-CErrorResult CViewBasePlacement::attrIsDisabled(const CAttrEntry&) {
-    onDisabledChanged();
+CErrorResult CViewBasePlacement::attrIsDisabled(const CAttrEntry& value) {
+    const bool isWanted = value.boolOr(false);
+    if (std::exchange(ownDisabled, isWanted) != isWanted) onDisabledChanged();
     return nullptr;
 }
 
 bool CViewBasePlacement::isDisabledInTree() const {
     for (const CViewBasePlacement* view = this; view; view = view->parentView)
-        if (view->getAttrBool("is-disabled")) return true;
+        if (view->ownDisabled) return true;
     return false;
 }
 

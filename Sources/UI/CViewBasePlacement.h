@@ -74,6 +74,8 @@ protected:
     virtual void onOpacityChanged() {}
     virtual void onDisabledChanged() {}
     virtual void onSpreadChanged() {}
+    /// Gives the size back to the placement, as if the attribute had never been there.
+    CErrorResult unsetSize(int axis);
     /// Follows the content with ratio and offset; for views that scroll.
     void updateScroll();
 
@@ -106,8 +108,10 @@ private:
     double finalOpacity = 1.0;
     double minRatio[2] = {0.0001, 0.0001};
     bool autoRatio[2] = {false, false};
+    bool isUnsettingSize = false; // the empty size is meant
     bool ownHidden = false;
     bool ownVisible = true;
+    bool ownDisabled = false;
     bool shownInTree = true;
 };
 

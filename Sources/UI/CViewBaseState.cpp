@@ -23,11 +23,23 @@ constexpr const char* kColorState = "color-state";
 constexpr const char* kImageRange = "image-set-range";
 constexpr const char* kFrameEvent = "render";
 
-/// What stands for an attribute that the view itself does not have.
-CAttrEntry unsetValue(const CString& name) {
-    return CAttrEntry::ofText(name == kChannelNames[1] || name == kChannelNames[2] ? "compact"
-                                                                                   : "");
-}
+/// Attributes whose absence means something else than an empty value.
+struct CUnsetAttr {
+    const char* name;
+    const char* value;
+};
+constexpr CUnsetAttr kUnsetAttrs[] = {
+    {"alignment-h", "center"},
+    {"alignment-v", "center"},
+    {"inline-alignment-h", "center"},
+    {"inline-alignment-v", "center"},
+    {"placement", "inline"},
+    {"is-visible", "true"},
+    {"opacity", "1"},
+    {"draw-opacity", "1"},
+    {"ratio-x", "1"},
+    {"ratio-y", "1"},
+};
 
 bool isLookName(const CString& name) {
     return name == kColorState || name == kImageRange;
@@ -95,7 +107,9 @@ CErrorResult CViewBaseState::attrImageSetRange(const CAttrEntry& value) {
 
 // What an active state says about it stays above the view's own value.
 void CViewBaseState::setOwnLook(const char* name, const CAttrEntry& value) {
-    ownValues[name] = value;
+    CAttrEntry& own = ownValues[name];
+    if (own.text() == value.text()) return;
+    own = value;
     merged.clear();
     const CViewLook look = lookOf(mergedState(stateKey()));
     if (crossfade.isRunning())
@@ -184,9 +198,20 @@ CErrorResult CViewBaseState::apply(const CMergedState& target, double duration) 
     }
     for (const auto& [name, value] : values) {
         if (isLookName(name) || startChannel(name, value, duration)) continue;
-        LUM_TRY(
-            setAttrValue(name, value.type() == AttrType::Empty ? unsetValue(name) : value, true));
+        LUM_TRY(value.type() == AttrType::Empty ? unsetAttr(name)
+                                                : setAttrValue(name, value, true));
     }
+    return nullptr;
+}
+
+// The attribute is what it is for a view that does not have it.
+CErrorResult CViewBaseState::unsetAttr(const CString& name) {
+    for (const int axis : {kAxisX, kAxisY})
+        if (name == kChannelNames[kWidth + axis]) return unsetSize(axis);
+    CAttrEntry value;
+    for (const CUnsetAttr& row : kUnsetAttrs)
+        if (name == row.name) value = CAttrEntry::ofText(row.value);
+    LUM_TRY(setAttrValue(name, value, true));
     return nullptr;
 }
 
@@ -202,16 +227,20 @@ CViewLook CViewBaseState::lookOf(const CMergedState& source) const {
     return {stateKey(), textOf(kColorState), textOf(kImageRange)};
 }
 
-// False: not a morphed attribute, or not a plain number, which is set like any other.
+// False: not a morphed attribute, or not a way from one plain number to another. It is set like any
+// other then, and a move that is under way must not write over it.
 bool CViewBaseState::startChannel(const CString& name, const CAttrEntry& value, double duration) {
     for (int index = 0; index < kChannelCount; index++) {
         if (name != kChannelNames[index]) continue;
+        CMorphChannel& channel = channels[index];
+        double from = 0.0;
         double to = 1.0;
         const bool isUnset = value.type() == AttrType::Empty;
-        if (isUnset ? index != kOpacity : !value.toReal(to)) return false;
-        double from = 0.0;
-        if (!presentValue(from, index)) return false;
-        CMorphChannel& channel = channels[index];
+        const bool isNumber = isUnset ? index == kOpacity : value.toReal(to);
+        if (!isNumber || !presentValue(from, index)) {
+            channel.stop();
+            return false;
+        }
         if (channel.isFinished() ? from == to : channel.getTarget() == to) return true;
         channel.start(from, to, clock(), duration);
         startMoving();

@@ -67,6 +67,7 @@ private:
     CMergedState merge() const;
     static void mergeBlock(CMergedState& result, const CViewState& block);
     CErrorResult apply(const CMergedState& target, double duration);
+    CErrorResult unsetAttr(const CString& name);
     double clock() const;
     bool presentValue(double& out, int channel) const;
     bool startChannel(const CString& name, const CAttrEntry& value, double duration);

@@ -7,33 +7,42 @@
 
 namespace lum {
 
-void CViewColors::setColor(const CString& name) {
-    if (name == color) return;
-    color = name;
+template <class T>
+bool CViewColors::change(T& member, const T& value) {
+    if (member == value) return false;
+    member = value;
     isBuilt = false;
+    return true;
 }
 
-void CViewColors::setSlots(const CString& names) {
+bool CViewColors::setColor(const CString& name) {
+    return change(color, name);
+}
+
+bool CViewColors::setCommonName(const CString& name) {
+    return change(commonName, name);
+}
+
+bool CViewColors::setSlots(const CString& names) {
+    if (!change(slotNames, names)) return false;
     CVector<CString> list;
     names.split(list, u'|', false);
     slots.clear();
     for (const CString& name : list) slots.push_back(name);
-    if (slots.empty()) slots.push_back({});
-    isBuilt = false;
+    return true;
 }
 
-void CViewColors::setSlot(int index, const CString& name) {
-    if (index < 0) return;
-    if (index >= slots.ssize()) slots.resize(static_cast<size_t>(index) + 1);
-    slots[index] = name;
-    isBuilt = false;
+bool CViewColors::setSlot(int index, const CString& name) {
+    if (index < 0) return false;
+    const bool isLonger = index >= slots.ssize();
+    if (isLonger) slots.resize(static_cast<size_t>(index) + 1);
+    isBuilt = isBuilt && !isLonger;
+    return change(slots[index], name) || isLonger;
 }
 
-void CViewColors::setPalettes(const CDynamicPalette* own, const CDynamicPalette* root) {
-    if (own == ownPalette && root == rootPalette) return;
-    ownPalette = own;
-    rootPalette = root;
-    isBuilt = false;
+bool CViewColors::setPalettes(const CDynamicPalette* own, const CDynamicPalette* root) {
+    const bool isOwnNew = change(ownPalette, own);
+    return change(rootPalette, root) || isOwnNew;
 }
 
 int CViewColors::findState(const CString& state) {
@@ -46,7 +55,9 @@ int CViewColors::findState(const CString& state) {
 
 CString CViewColors::nameOf(int slot, const CString& state) const {
     const CString& name = slots[slot];
-    CString result = name.startsWith("/") ? name.substring(1) : color + name;
+    CString result = name.startsWith("/") ? name.substring(1)
+                     : commonName.empty() ? color + name
+                                          : commonName;
     if (!state.empty()) result.append("_").append(state);
     return result;
 }
@@ -67,7 +78,7 @@ void CViewColors::addRow(const CString& state) {
     for (int slot = 0; slot < slots.ssize(); slot++) {
         CEntry entry;
         const CString name = nameOf(slot, state);
-        const bool isNameless = slots[slot].empty() && color.empty();
+        const bool isNameless = slots[slot].empty() && color.empty() && commonName.empty();
         if (!isNameless) entry.color = palette->findColor(name, &entry.isHover);
         entries.push_back(entry);
     }

@@ -14,12 +14,16 @@ class CDynamicPalette;
 /// Interface thread.
 class CViewColors : public CLumMemAllocator {
 public:
-    void setColor(const CString& name);
-    void setSlots(const CString& names); // separated by "|"
-    void setSlot(int index, const CString& name);
+    // Setters give false where nothing has changed.
+    bool setColor(const CString& name);
+    /// Gives all slots this one name, but those with a whole name of their own; empty: the names
+    /// that they have.
+    bool setCommonName(const CString& name);
+    bool setSlots(const CString& names); // separated by "|"
+    bool setSlot(int index, const CString& name);
     int getSlotCount() const { return slots.ssize(); }
     /// The palettes: the view's own or null, and that of the tree.
-    void setPalettes(const CDynamicPalette* own, const CDynamicPalette* root);
+    bool setPalettes(const CDynamicPalette* own, const CDynamicPalette* root);
     /// The palette has other colours than before.
     void invalidate() { isBuilt = false; }
 
@@ -35,12 +39,16 @@ private:
         const CDynamicColor* color = nullptr;
         bool isHover = false;
     };
+    template <class T>
+    bool change(T& member, const T& value);
     const CColor* rampOf(int slot, int state, double position);
     void build();
     void addRow(const CString& state);
 
     CString color;
-    CVector<CString, 2> slots{CString()};
+    CString commonName;
+    CString slotNames;                    // as given, in one text
+    CVector<CString, 2> slots{CString()}; // with those that were set one by one
     CVector<CString, 2> states;
     CVector<CEntry, 4> entries; // state * slot count + slot
     const CDynamicPalette* ownPalette = nullptr;

@@ -185,10 +185,13 @@ int CViewMetrics::constantIndex(double newValue) {
         const auto below = std::prev(above);
         if (isNear(below->first)) return below->second;
     }
-    const int index = constants.ssize();
-    constants.push_back(newValue);
-    constantPlaces.emplace(newValue, index);
-    return index;
+    return exactIndex(newValue);
+}
+
+int CViewMetrics::exactIndex(double newValue) {
+    const auto [place, isNew] = constantPlaces.try_emplace(newValue, constants.ssize());
+    if (isNew) constants.push_back(newValue);
+    return place->second;
 }
 
 // ---- Areas

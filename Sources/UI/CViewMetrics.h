@@ -32,6 +32,8 @@ public:
     CCellId constantCell(double fixedValue);
     /// Index of a constant in the pool; one within 0.01 % of a present one shares its entry.
     int constantIndex(double newValue);
+    /// Index of exactly this number of operands, however many others stand near it.
+    int countIndex(int count) { return exactIndex(count); }
     double constantAt(int index) const { return constants[index]; }
 
     /// Cells of the window: interface scale, and the grid step that root views snap to.
@@ -83,6 +85,7 @@ private:
         return blocks[id >> kBlockBits]->values[id & kSlotMask];
     }
     void addBlock();
+    int exactIndex(double newValue);
     void joinOperands(CCellId id);
     void leaveOperands(CCellId id);
     void dropLeftDependents(CCellId id);

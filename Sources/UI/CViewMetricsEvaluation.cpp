@@ -64,9 +64,11 @@ double CViewMetrics::evaluate(CCellId id) {
             top--, top[-1] = std::max(top[-1], top[0]);
             break;
         case MetricOp::MaxOfN: {
-            const auto count = static_cast<int>(rounded(*--top));
+            const double wanted = rounded(*--top);
+            const ptrdiff_t present = top - stack.data(); // a false count stays on the stack
             double largest = kMaxOfNone;
-            for (int k = 0; k < count; k++) largest = std::max(largest, *--top);
+            for (ptrdiff_t k = 0; k < present && static_cast<double>(k) < wanted; k++)
+                largest = std::max(largest, *--top);
             *top++ = largest;
             break;
         }

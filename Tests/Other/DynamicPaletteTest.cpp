@@ -145,6 +145,30 @@ TEST_F(DynamicPalette, copiesShareTheNearestParentColoursData) {
     EXPECT_EQ(palette.findColor("Text")->getData(), palette.findColor("Panel")->getData());
 }
 
+TEST_F(DynamicPalette, coloursThatComeAndGoAreAnnounced) {
+    CDynamicPalette& palette = load({color("A", {{"tone", "336699"}}), color("B", {})});
+    addProbe(root->findObject("ui"), "probe")
+        ->listenObject("ui.palette", "dynamic-palette-updated", "ping");
+    CProbe::journal.clear();
+    CObject::destroyObject(palette.findColor("A"));
+    EXPECT_EQ(takeJournal(), Journal{"probe ping"});
+    EXPECT_EQ(palette.findColor("A"), nullptr);
+    for (const bool isCopy : {false, true}) { // the first has the values that "A" had before
+        CObject* object = nullptr;
+        ASSERT_FALSE((isCopy ? palette.findColor("B") : static_cast<CObject*>(&palette))
+                         ->createChild(object, "ui:dynamic-color", isCopy ? "C" : "A", false));
+        set(object, "tone", "336699");
+        set(object, isCopy ? "is-copy-parent-color" : "gradient-size", "1");
+        ASSERT_FALSE(object->init());
+        ASSERT_FALSE(object->initContent());
+        EXPECT_EQ(takeJournal(), Journal{"probe ping"}) << isCopy;
+        ASSERT_FALSE(object->initDone());
+        EXPECT_NE(palette.findRamp(isCopy ? "C" : "A"), nullptr);
+    }
+    CObject::destroyObject(&palette);
+    EXPECT_TRUE(takeJournal().empty()) << "nobody asks a palette that ends";
+}
+
 TEST_F(DynamicPalette, wrongDefinitionsFail) {
     struct {
         CAttrs attributes;

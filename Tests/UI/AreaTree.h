@@ -14,7 +14,11 @@ struct CAreaSpec {
     lum::MetricAlign inlineAlign[2] = {lum::MetricAlign::Center, lum::MetricAlign::Center};
     lum::CViewBorder inner, outer;
     bool isVertical = false, isNewRow = false, isScrollable = false, isVisible = true;
-    double offset[2] = {0.0, 0.0}, ratio[2] = {1.0, 1.0};
+    bool isWeakHidden = false, isAutoRatio[2] = {false, false};
+    double offset[2] = {0.0, 0.0}, ratio[2] = {1.0, 1.0}, scroller[2] = {0.0, 0.0};
+    bool isCompactOff[2] = {false, false};
+    double compactValue[2] = {-1.0, -1.0}; // pixels; negative: none
+    int match = -1;                        // number of an area
     std::vector<CAreaSpec> children;
 };
 
@@ -33,6 +37,8 @@ public:
 
     explicit CAreaTree(const CAreaSpec& spec) {
         add(spec, nullptr);
+        int index = 0;
+        applyMatches(spec, index);
         setRegion(640.0, 400.0);
     }
     ~CAreaTree() {
@@ -51,6 +57,10 @@ public:
             area.setInlineAlignment(axis, spec.inlineAlign[axis]);
             area.setRatio(axis, spec.ratio[axis]);
             area.setOffset(axis, spec.offset[axis]);
+            area.setAutoRatio(axis, spec.isAutoRatio[axis]);
+            area.setScroller(axis, spec.scroller[axis]);
+            area.setCompactEnabled(axis, !spec.isCompactOff[axis]);
+            if (spec.compactValue[axis] >= 0.0) area.setCompactValue(axis, spec.compactValue[axis]);
         }
         area.setPlacement(spec.placement);
         area.setInnerBorder(spec.inner);
@@ -59,12 +69,23 @@ public:
         area.setNewInlineRow(spec.isNewRow);
         area.setScrollable(spec.isScrollable);
         area.setVisible(spec.isVisible);
+        area.setWeakHide(spec.isWeakHidden);
+    }
+    void apply(size_t index, const CAreaSpec& spec) {
+        apply(*nodes[index]->area, spec);
+        nodes[index]->area->setMatch(
+            spec.match < 0 ? nullptr : nodes[static_cast<size_t>(spec.match)]->area.get());
     }
 
     lum::CViewMetrics net;
     std::vector<std::unique_ptr<CNode>> nodes; // parents before children
 
 private:
+    void applyMatches(const CAreaSpec& spec, int& index) {
+        if (spec.match >= 0) apply(static_cast<size_t>(index), spec);
+        index++;
+        for (const CAreaSpec& child : spec.children) applyMatches(child, index);
+    }
     void add(const CAreaSpec& spec, lum::CViewArea* parent) {
         nodes.push_back(std::make_unique<CNode>());
         CNode& node = *nodes.back();

@@ -232,6 +232,22 @@ TEST(LayoutTest, aLongListFollowsItsFirstLine) {
     }
 }
 
+// Numbers of operands lie nearer to each other here than constants that share an entry.
+TEST(LayoutTest, theWidestOfThousandsOfLinesIsFound) {
+    for (const bool isLastShown : {true, false}) {
+        CAreaSpec list = parentOf({}, kCompact, kCompact);
+        for (int i = 0; i < 5001; i++)
+            list.children.push_back(box(px(i == 0 ? 90 : 10), px(1), Placement::Top));
+        list.children.back().isVisible = isLastShown;
+        CAreaTree tree(list);
+        EXPECT_EQ(rectOf(tree, 0).width, 90.0);
+        tree.nodes.back()->area->setVisible(!isLastShown);
+        tree.net.updateAreas();
+        EXPECT_EQ(rectOf(tree, 0).width, 90.0);
+        EXPECT_EQ(rectOf(tree, 0).height, isLastShown ? 5000.0 : 5001.0);
+    }
+}
+
 TEST(LayoutTest, aChangeEvaluatesOnlyWhatDependsOnIt) {
     const CAreaSpec spec = largeTree(5, 5); // 3906 areas
     CAreaTree tree(spec);

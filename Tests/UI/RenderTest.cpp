@@ -19,6 +19,11 @@ protected:
         buildPalette(
             {{"Red", "ff0000"}, {"Blue", "0000ff"}, {"Black", "000000"}, {"Red_On", "00ff00"}});
     }
+    /// Whether what was marked since the last call has this rectangle.
+    bool isMarked(const CViewRect& rect) {
+        const auto marked = window->takeDirty();
+        return std::find(marked.begin(), marked.end(), rect) != marked.end();
+    }
     static bool isNear(uint32_t a, uint32_t b) {
         for (const int shift : {0, 8, 16})
             if (std::abs(static_cast<int>(a >> shift & 255) - static_cast<int>(b >> shift & 255)) >
@@ -87,6 +92,54 @@ TEST_F(RenderTest, aViewIsClippedByItsAncestorsUnlessItIgnoresThem) {
     set(at<CObject>("win.root.box.red"), "unclip-level", "1");
     EXPECT_EQ(pixel(22, 5), 0xff0000U);
     EXPECT_EQ(pixel(26, 5), 0U);
+    window->takeDirty();
+    set(at<CObject>("win.root.box.red"), "unclip-level", "0");
+    EXPECT_TRUE(isMarked({0, 0, 25, 25})) << "where it showed";
+}
+
+// The view between is smaller than what changes around it, and stays as it is.
+TEST_F(RenderTest, aViewThatIgnoresItsParentFollowsTheAncestorThatClipsIt) {
+    buildRoot({{"ui:view",
+                "box",
+                {{"placement", "overlay"}, {"width", "30"}, {"alignment-h", "left"}},
+                {{"ui:view",
+                  "between",
+                  {{"placement", "overlay"}, {"width", "10"}, {"alignment-h", "left"}},
+                  {fill("red", "Red", {{"placement", "full"}, {"spread", "R60"}})},
+                  ""}},
+                ""}});
+    const auto shownTo = [this] {
+        frameAt(0.0);
+        return at("win.root.box.between.red")->getShownRect().width;
+    };
+    EXPECT_EQ(shownTo(), 10.0);
+    set(at<CObject>("win.root.box.between.red"), "unclip-level", "1");
+    EXPECT_EQ(shownTo(), 30.0);
+    set(at<CObject>("win.root.box"), "width", "50");
+    EXPECT_EQ(shownTo(), 50.0);
+    set(at<CObject>("win.root.box"), "width", "20");
+    EXPECT_EQ(shownTo(), 20.0);
+    set(at<CObject>("win.root.box.between.red"), "unclip-level", "2");
+    EXPECT_EQ(shownTo(), 70.0);
+    set(at<CObject>("win.root"), "width", "60");
+    EXPECT_EQ(shownTo(), 60.0);
+    CObject::destroyObject(at<CObject>("win.root.box.between.red"));
+    set(at<CObject>("win.root"), "width", "70");
+    frameAt(0.0);
+}
+
+TEST_F(RenderTest, aSpreadGrowsWithTheScaleWhereTheRectangleStays) {
+    buildRoot({{"ui:picture", "picture", {{"placement", "overlay"}, {"spread", "-5"}}, {}, ""},
+               fill("fill", "Red", {{"placement", "overlay"}, {"spread", "-5"}})},
+              "100%", "100%");
+    window->setWindowSize(100, 60);
+    frameAt(0.0);
+    window->takeDirty();
+    window->setScale(2.0);
+    frameAt(0.0);
+    EXPECT_TRUE(isMarked({5, 5, 90, 50}));
+    EXPECT_EQ(at("win.root.fill")->getShownRect(), (CViewRect{10, 10, 80, 40}));
+    EXPECT_EQ(at("win.root.picture")->getShownRect(), (CViewRect{10, 10, 80, 40}));
 }
 
 TEST_F(RenderTest, aFadeShowsBothLooks) {

@@ -45,6 +45,7 @@ TEST_F(ViewMetricsTest, everyInstructionComputesWhatItSays) {
     EXPECT_EQ(run({3, 5}, {Op::Min}), 3.0);
     EXPECT_EQ(run({2, 9, 4, 3}, {Op::MaxOfN}), 9.0);
     EXPECT_EQ(run({0}, {Op::MaxOfN}), -1e20);
+    EXPECT_EQ(run({3}, {Op::MaxOfN}), -1e20) << "nothing in front of the stack";
     EXPECT_EQ(run({5, 1, 3}, {Op::Clamp}), 3.0);
     EXPECT_EQ(run({5, 6, 3}, {Op::Clamp}), 3.0) << "the upper limit wins";
     EXPECT_EQ(run({7, 2}, {Op::Subtract}), 5.0);

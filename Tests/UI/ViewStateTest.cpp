@@ -1,5 +1,7 @@
 #include "ViewFixture.h"
 
+#include <set>
+
 using namespace lum;
 
 namespace {
@@ -124,6 +126,86 @@ TEST_F(ViewStateTest, aWidthMovesAndItsNeighbourWithIt) {
     EXPECT_EQ(at("win.root.b")->getRect().x, 30.0);
     frameAt(1.0);
     EXPECT_EQ(at("win.root.b")->getRect().x, 50.0);
+}
+
+// Docked to the left a view has the parent's height and the width of what it holds.
+TEST_F(ViewStateTest, aSizeThatIsNoNumberReturnsFromTheMiddleOfAMove) {
+    const struct {
+        std::vector<std::pair<std::string, std::string>> own;
+        double width, height;
+    } rows[] = {
+        {{}, 0.0, 60.0},
+        {{{"width", "compact"}, {"height", "compact"}}, 0.0, 0.0},
+        {{{"width", "50%"}, {"height", "50%"}}, 50.0, 30.0},
+        {{{"width", "8"}, {"height", "9"}}, 8.0, 9.0},
+    };
+    for (const auto& row : rows) {
+        auto attributes = row.own;
+        attributes.emplace_back("placement", "left");
+        CView* view =
+            button({state("hover", {{"width", "80"}, {"height", "90"}}, "0.3")}, attributes);
+        now = window->clock();
+        for (const double wait : {0.1, 1.0}) { // on the way there, and arrived
+            EXPECT_FALSE(view->setState("hover"));
+            frameAt(now += wait);
+            EXPECT_GT(view->getRect().width, row.width);
+            EXPECT_FALSE(view->unsetState("hover"));
+            for (int i = 0; i < 4; i++) frameAt(now += 0.2);
+            EXPECT_EQ(view->getRect().width, row.width);
+            EXPECT_EQ(view->getRect().height, row.height);
+            EXPECT_FALSE(view->isMorphing());
+        }
+        CObject::destroyObject(at<CObject>("win.root"));
+    }
+}
+
+TEST_F(ViewStateTest, whatAStateHasSetIsAsBeforeWhenTheViewItselfSaysNothing) {
+    const struct {
+        const char* name;
+        const char* value;
+    } rows[] = {{"alignment-h", "left"},
+                {"alignment-v", "bottom"},
+                {"inline-alignment-h", "left"},
+                {"inline-alignment-v", "top"},
+                {"placement", "top"},
+                {"is-visible", "false"},
+                {"draw-opacity", "0.5"},
+                {"opacity", "0.5"},
+                {"ratio-x", "0.5"},
+                {"ratio-y", "0.5"},
+                {"width", "60"},
+                {"height", "40"},
+                {"max-width", "6"},
+                {"min-height", "20"},
+                {"compact-width", "0"},
+                {"outer-border", "3"},
+                {"inner-border", "3"},
+                {"is-hidden", "true"}};
+    const std::vector<std::pair<std::string, std::string>> places[] = {
+        {},
+        {{"placement", "left"}},
+        {{"placement", "overlay"}},
+        {{"placement", "overlay"}, {"width", "50%"}, {"height", "50%"}}};
+    std::set<std::string> effective;
+    for (auto own : places) {
+        own.emplace_back("is-scrollable", "true");
+        std::vector<CNode> content{{"ui:view", "in", {{"width", "10"}, {"height", "8"}}, {}, ""}};
+        for (const auto& row : rows) content.push_back(state(row.name, {{row.name, row.value}}));
+        CView* view = button(content, own);
+        const auto layout = [&] { return window->dumpLayout(); };
+        const CString before = layout();
+        for (const auto& row : rows) {
+            EXPECT_FALSE(view->setState(row.name)) << row.name;
+            for (int i = 0; i < 2; i++) frameAt(now += 0.1);
+            if (layout() != before || view->getFinalOpacity() == 0.5) effective.insert(row.name);
+            EXPECT_FALSE(view->unsetState(row.name)) << row.name;
+            for (int i = 0; i < 2; i++) frameAt(now += 0.1);
+            EXPECT_EQ(layout().toUtf8(), before.toUtf8()) << row.name << ", " << own.size();
+            EXPECT_EQ(view->getFinalOpacity(), 1.0) << row.name;
+        }
+        CObject::destroyObject(at<CObject>("win.root"));
+    }
+    EXPECT_EQ(effective.size(), std::size(rows));
 }
 
 TEST_F(ViewStateTest, aLookThatComesDuringAFadeWaitsForItsEnd) {

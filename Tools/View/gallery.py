@@ -21,6 +21,7 @@ class Node:
 
 
 def frame(image_set, color, *children, **attributes):
+    attributes.setdefault("has_borders", "true")
     attributes.setdefault("has_center", "true")
     return Node("ui:frame-base", *children, image_set=f"shared::is.{image_set}", color=color,
                 **attributes)
@@ -119,7 +120,7 @@ def title_bar():
                  glyph("GlyphHelp", placement="right"),
                  glyph("GlyphBypass", "active", placement="right", color="Bypass"),
                  glyph("GlyphBypass", placement="right", color="Bypass"),
-                 has_borders="false", placement="top", width="100%", height=30, inner_border="LR4",
+                 placement="top", width="100%", height=30, inner_border="LR4",
                  image_set_range="Plate")
 
 
