@@ -11,11 +11,11 @@ namespace lum {
 /// `commit`, or when it fails, the old file stays as it was and the new one is removed. A process
 /// killed on the way leaves the old or the new file whole, and perhaps a hidden file beside it,
 /// which the first commit into the folder after an hour removes; the files of writers at work stay,
-/// also of those on other machines. Of two writers at once the later commit stays. Behind a link the
-/// linked file is replaced, or made; the new file has the old one's rights and, where the system
-/// allows it, its owner. What is no file, as a folder or a device, and what may not be written, is
-/// refused. Messages name the file, not the one beside it. One user at a time; not for the audio
-/// thread.
+/// also of those on other machines. Of two writers at once the later commit stays. Behind a link
+/// the linked file is replaced, or made; the new file has the old one's rights and, where the
+/// system allows it, its owner. What is no file, as a folder or a device, and what may not be
+/// written, is refused. Messages name the file, not the one beside it. One user at a time; not for
+/// the audio thread.
 class CAtomicFileWriter : public CFileWriter {
 public:
     ~CAtomicFileWriter() override;

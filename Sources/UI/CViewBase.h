@@ -49,9 +49,8 @@ protected:
     virtual CErrorResult onPaletteChanged() { return onPrepareColor(); }
     virtual void onZChanged() {}
     void onDisabledChanged() override;
-    bool setTextSlots(const CString& names) {
-        return textColors.setSlots(names);
-    } // false: the same
+    /// False: they are the same as before.
+    bool setTextSlots(const CString& names) { return textColors.setSlots(names); }
     void invalidateColors();
     /// Has the children that share this view's colours fetch them anew.
     void tellSharers();
