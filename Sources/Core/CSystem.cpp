@@ -64,7 +64,7 @@ bool isFocusOnClick() {
 }
 
 CString textOfPath(const std::string& path) {
-    const CString text = CString::fromUtf8(path);
+    CString text = CString::fromUtf8(path);
     if (text.toUtf8() == path) return text;
     logFormat("Path '%s' is not UTF-8 and taken for unknown.", path.c_str());
     return {};

@@ -192,14 +192,14 @@ State one(int index, float value) {
 }
 
 /// A state and the one behind it.
-State together(State a, State b) {
+State together(const State& a, const State& b) {
     return [=](Subject& subject) {
         a(subject);
         b(subject);
     };
 }
 
-State inTurn(std::vector<int> indices, float even, float odd) {
+State inTurn(const std::vector<int>& indices, float even, float odd) {
     return [=](Subject& subject) {
         for (std::size_t i = 0; i < indices.size(); i++)
             subject.set(indices[i], i % 2 == 0 ? even : odd);
@@ -311,7 +311,7 @@ Outcome programs(const Task& task) {
     return judge.outcome("program changes");
 }
 
-State loading(bool isProgram, Bytes bytes) {
+State loading(bool isProgram, const Bytes& bytes) {
     return [=](Subject& subject) { subject.load(isProgram, bytes); };
 }
 
