@@ -12,11 +12,11 @@ namespace {
 constexpr int kRounds = 15;
 constexpr int kChanges = 500;
 
-CAreaSpec box(CSizeRule width, CSizeRule height) {
-    CAreaSpec spec;
-    spec.size[kAxisX] = width;
-    spec.size[kAxisY] = height;
-    return spec;
+CAreaDraft box(CSizeRule width, CSizeRule height) {
+    CAreaDraft draft;
+    draft.size[kAxisX] = width;
+    draft.size[kAxisY] = height;
+    return draft;
 }
 
 CSizeRule px(double units) {
@@ -25,18 +25,18 @@ CSizeRule px(double units) {
 
 /// Boxes in boxes, docked, in rows and above each other; all but the leaves take their content's
 /// size.
-CAreaSpec largeTree(int fanOut, int levels, int level = 0) {
+CAreaDraft largeTree(int fanOut, int levels, int level = 0) {
     static constexpr Placement kPlacements[] = {
         Placement::Inline, Placement::Inline, Placement::Top, Placement::Left, Placement::Overlay};
     if (level == levels) return box(px(4 + level), px(3));
     const CSizeRule content{SizeMode::Compact, 0.0};
-    CAreaSpec spec = level == 0 ? box(px(2000), px(2000)) : box(content, content);
-    spec.inner = {1, 1, 1, 1};
+    CAreaDraft draft = level == 0 ? box(px(2000), px(2000)) : box(content, content);
+    draft.inner = {1, 1, 1, 1};
     for (int i = 0; i < fanOut; i++) {
-        spec.children.push_back(largeTree(fanOut, levels, level + 1));
-        spec.children.back().placement = kPlacements[(i + level) % 5];
+        draft.children.push_back(largeTree(fanOut, levels, level + 1));
+        draft.children.back().placement = kPlacements[(i + level) % 5];
     }
-    return spec;
+    return draft;
 }
 
 /// Of this process, whatever else the machine does.
@@ -64,9 +64,9 @@ struct CFigures {
 };
 
 void runRound(CFigures& figures) {
-    const CAreaSpec spec = largeTree(5, 5);
+    const CAreaDraft draft = largeTree(5, 5);
     std::unique_ptr<CAreaTree> tree;
-    figures.layout.run([&] { tree = std::make_unique<CAreaTree>(spec); });
+    figures.layout.run([&] { tree = std::make_unique<CAreaTree>(draft); });
     CViewArea& leaf = *tree->nodes.back()->area;
     const auto change = [&](auto action) {
         for (int i = 0; i < kChanges; i++) {

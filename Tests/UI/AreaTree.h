@@ -7,7 +7,7 @@
 #include <vector>
 
 /// What a layout test says of one area. A tree of these is the truth; areas are made from it.
-struct CAreaSpec {
+struct CAreaDraft {
     lum::CSizeRule size[2], minSize[2], maxSize[2];
     lum::Placement placement = lum::Placement::Inline;
     lum::MetricAlign align[2] = {lum::MetricAlign::Center, lum::MetricAlign::Center};
@@ -19,7 +19,7 @@ struct CAreaSpec {
     bool isCompactOff[2] = {false, false};
     double compactValue[2] = {-1.0, -1.0}; // pixels; negative: none
     int match = -1;                        // number of an area
-    std::vector<CAreaSpec> children;
+    std::vector<CAreaDraft> children;
 };
 
 /// The areas of a described tree, in one network.
@@ -35,10 +35,10 @@ public:
         int updates = 0;
     };
 
-    explicit CAreaTree(const CAreaSpec& spec) {
-        add(spec, nullptr);
+    explicit CAreaTree(const CAreaDraft& draft) {
+        add(draft, nullptr);
         int index = 0;
-        applyMatches(spec, index);
+        applyMatches(draft, index);
         setRegion(640.0, 400.0);
     }
     ~CAreaTree() {
@@ -48,50 +48,51 @@ public:
         nodes[0]->area->setRegion(0, 0, width, height);
         net.updateAreas();
     }
-    static void apply(lum::CViewArea& area, const CAreaSpec& spec) {
+    static void apply(lum::CViewArea& area, const CAreaDraft& draft) {
         for (const int axis : {0, 1}) {
-            area.setSize(axis, spec.size[axis]);
-            area.setMin(axis, spec.minSize[axis]);
-            area.setMax(axis, spec.maxSize[axis]);
-            area.setAlignment(axis, spec.align[axis]);
-            area.setInlineAlignment(axis, spec.inlineAlign[axis]);
-            area.setRatio(axis, spec.ratio[axis]);
-            area.setOffset(axis, spec.offset[axis]);
-            area.setAutoRatio(axis, spec.isAutoRatio[axis]);
-            area.setScroller(axis, spec.scroller[axis]);
-            area.setCompactEnabled(axis, !spec.isCompactOff[axis]);
-            if (spec.compactValue[axis] >= 0.0) area.setCompactValue(axis, spec.compactValue[axis]);
+            area.setSize(axis, draft.size[axis]);
+            area.setMin(axis, draft.minSize[axis]);
+            area.setMax(axis, draft.maxSize[axis]);
+            area.setAlignment(axis, draft.align[axis]);
+            area.setInlineAlignment(axis, draft.inlineAlign[axis]);
+            area.setRatio(axis, draft.ratio[axis]);
+            area.setOffset(axis, draft.offset[axis]);
+            area.setAutoRatio(axis, draft.isAutoRatio[axis]);
+            area.setScroller(axis, draft.scroller[axis]);
+            area.setCompactEnabled(axis, !draft.isCompactOff[axis]);
+            if (draft.compactValue[axis] >= 0.0)
+                area.setCompactValue(axis, draft.compactValue[axis]);
         }
-        area.setPlacement(spec.placement);
-        area.setInnerBorder(spec.inner);
-        area.setOuterBorder(spec.outer);
-        area.setInlineVertical(spec.isVertical);
-        area.setNewInlineRow(spec.isNewRow);
-        area.setScrollable(spec.isScrollable);
-        area.setVisible(spec.isVisible);
-        area.setWeakHide(spec.isWeakHidden);
+        area.setPlacement(draft.placement);
+        area.setInnerBorder(draft.inner);
+        area.setOuterBorder(draft.outer);
+        area.setInlineVertical(draft.isVertical);
+        area.setNewInlineRow(draft.isNewRow);
+        area.setScrollable(draft.isScrollable);
+        area.setVisible(draft.isVisible);
+        area.setWeakHide(draft.isWeakHidden);
     }
-    void apply(size_t index, const CAreaSpec& spec) {
-        apply(*nodes[index]->area, spec);
+    void apply(size_t index, const CAreaDraft& draft) {
+        apply(*nodes[index]->area, draft);
         nodes[index]->area->setMatch(
-            spec.match < 0 ? nullptr : nodes[static_cast<size_t>(spec.match)]->area.get());
+            draft.match < 0 ? nullptr : nodes[static_cast<size_t>(draft.match)]->area.get());
     }
 
     lum::CViewMetrics net;
     std::vector<std::unique_ptr<CNode>> nodes; // parents before children
 
 private:
-    void applyMatches(const CAreaSpec& spec, int& index) {
-        if (spec.match >= 0) apply(static_cast<size_t>(index), spec);
+    void applyMatches(const CAreaDraft& draft, int& index) {
+        if (draft.match >= 0) apply(static_cast<size_t>(index), draft);
         index++;
-        for (const CAreaSpec& child : spec.children) applyMatches(child, index);
+        for (const CAreaDraft& child : draft.children) applyMatches(child, index);
     }
-    void add(const CAreaSpec& spec, lum::CViewArea* parent) {
+    void add(const CAreaDraft& draft, lum::CViewArea* parent) {
         nodes.push_back(std::make_unique<CNode>());
         CNode& node = *nodes.back();
         node.area = std::make_unique<lum::CViewArea>(net, parent, &node);
-        apply(*node.area, spec);
+        apply(*node.area, draft);
         lum::CViewArea* area = node.area.get();
-        for (const CAreaSpec& child : spec.children) add(child, area);
+        for (const CAreaDraft& child : draft.children) add(child, area);
     }
 };

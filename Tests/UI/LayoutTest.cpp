@@ -13,19 +13,19 @@ CSizeRule part(double value) {
     return {SizeMode::Percent, value};
 }
 
-CAreaSpec box(CSizeRule width, CSizeRule height, Placement placement = Placement::Inline) {
-    CAreaSpec spec;
-    spec.size[0] = width;
-    spec.size[1] = height;
-    spec.placement = placement;
-    return spec;
+CAreaDraft box(CSizeRule width, CSizeRule height, Placement placement = Placement::Inline) {
+    CAreaDraft draft;
+    draft.size[0] = width;
+    draft.size[1] = height;
+    draft.placement = placement;
+    return draft;
 }
 
-CAreaSpec parentOf(std::vector<CAreaSpec> children, CSizeRule width = px(100),
-                   CSizeRule height = px(60)) {
-    CAreaSpec spec = box(width, height);
-    spec.children = std::move(children);
-    return spec;
+CAreaDraft parentOf(std::vector<CAreaDraft> children, CSizeRule width = px(100),
+                    CSizeRule height = px(60)) {
+    CAreaDraft draft = box(width, height);
+    draft.children = std::move(children);
+    return draft;
 }
 
 struct CRect {
@@ -47,23 +47,23 @@ const CSizeRule kUnset{};
 } // namespace
 
 TEST(LayoutTest, placementsGiveTheseRectangles) {
-    CAreaSpec inlineRow = parentOf({box(px(20), px(10)), box(px(30), px(20))});
-    CAreaSpec nearRow = inlineRow;
+    CAreaDraft inlineRow = parentOf({box(px(20), px(10)), box(px(30), px(20))});
+    CAreaDraft nearRow = inlineRow;
     nearRow.inlineAlign[0] = nearRow.inlineAlign[1] = MetricAlign::Near;
     nearRow.children[0].align[1] = MetricAlign::Near;
-    CAreaSpec column = inlineRow;
+    CAreaDraft column = inlineRow;
     column.isVertical = true;
-    CAreaSpec twoRows = inlineRow;
+    CAreaDraft twoRows = inlineRow;
     twoRows.children[0].isNewRow = twoRows.children[1].isNewRow = true;
-    CAreaSpec bordered = parentOf({box(kUnset, kUnset, Placement::Full)});
+    CAreaDraft bordered = parentOf({box(kUnset, kUnset, Placement::Full)});
     bordered.inner = {5, 3, 5, 3};
     bordered.children[0].outer = {1, 2, 1, 2};
-    CAreaSpec overlaid = parentOf({box(kUnset, kUnset, Placement::Overlay)});
+    CAreaDraft overlaid = parentOf({box(kUnset, kUnset, Placement::Overlay)});
     overlaid.inner = {5, 3, 5, 3};
-    CAreaSpec balanced =
+    CAreaDraft balanced =
         parentOf({box({SizeMode::Balanced, 0}, px(10)), box({SizeMode::Balanced, 0}, px(10)),
                   box(px(10), px(10), Placement::Overlay)});
-    CAreaSpec scrolled = parentOf(
+    CAreaDraft scrolled = parentOf(
         {box(part(1.0), px(40), Placement::Top), box(kUnset, kUnset, Placement::ScrollerV)});
     scrolled.isScrollable = true;
     scrolled.ratio[1] = 0.5;
@@ -71,7 +71,7 @@ TEST(LayoutTest, placementsGiveTheseRectangles) {
 
     const struct {
         const char* what;
-        CAreaSpec spec;
+        CAreaDraft draft;
         std::vector<CRect> rects; // of the children
     } rows[] = {
         {"a row in the middle", inlineRow, {{25, 25, 20, 10}, {45, 20, 30, 20}}},
@@ -94,17 +94,17 @@ TEST(LayoutTest, placementsGiveTheseRectangles) {
         {"a scrolled content is larger and moved", scrolled, {{0, -30, 100, 40}, {100, 0, 0, 60}}},
     };
     for (const auto& row : rows) {
-        CAreaTree tree(row.spec);
+        CAreaTree tree(row.draft);
         for (size_t i = 0; i < row.rects.size(); i++)
             EXPECT_EQ(rectOf(tree, i + 1), row.rects[i]) << row.what << ", child " << i;
     }
 }
 
 TEST(LayoutTest, compactSizesComeFromFixedChildrenAlone) {
-    CAreaSpec parent = parentOf({box({SizeMode::CompactFull, 1.0}, px(10)),
-                                 box({SizeMode::CompactFull, 1.0}, px(10)), box(px(30), px(8))},
-                                kCompact, kCompact);
-    for (CAreaSpec& child : parent.children) child.isNewRow = true;
+    CAreaDraft parent = parentOf({box({SizeMode::CompactFull, 1.0}, px(10)),
+                                  box({SizeMode::CompactFull, 1.0}, px(10)), box(px(30), px(8))},
+                                 kCompact, kCompact);
+    for (CAreaDraft& child : parent.children) child.isNewRow = true;
     parent.inner = {2, 2, 2, 2};
     CAreaTree tree(parentOf({parent}, px(200), px(100)));
     EXPECT_EQ(rectOf(tree, 1).width, 34.0);
@@ -114,7 +114,7 @@ TEST(LayoutTest, compactSizesComeFromFixedChildrenAlone) {
 }
 
 TEST(LayoutTest, dockedSidesAddUpInTheCompactSize) {
-    CAreaSpec parent =
+    CAreaDraft parent =
         parentOf({box(px(10), px(20), Placement::Left), box(px(50), px(5), Placement::Top),
                   box(px(20), px(20), Placement::Right), box(px(15), px(9))},
                  kCompact, kCompact);
@@ -142,10 +142,10 @@ TEST(LayoutTest, aHiddenChildGivesUpItsRoom) {
 }
 
 TEST(LayoutTest, theScaleIsOneWrite) {
-    CAreaSpec spec = parentOf({box(px(20), px(10))}, px(101), px(61));
-    spec.children[0].outer = {3, 0, 0, 0};
-    spec.inlineAlign[0] = MetricAlign::Near;
-    CAreaTree tree(spec);
+    CAreaDraft draft = parentOf({box(px(20), px(10))}, px(101), px(61));
+    draft.children[0].outer = {3, 0, 0, 0};
+    draft.inlineAlign[0] = MetricAlign::Near;
+    CAreaTree tree(draft);
     tree.net.setValue(tree.net.pixelSizeCell(), 4.0);
     tree.net.setValue(tree.net.scaleCell(), 1.5);
     tree.net.updateAreas();
@@ -156,11 +156,11 @@ TEST(LayoutTest, theScaleIsOneWrite) {
 }
 
 TEST(LayoutTest, limitsClampAndARatioOfNoneIsTheSmallest) {
-    CAreaSpec spec = parentOf({box(part(0.5), px(500)), box(px(1), px(1))});
-    spec.children[0].maxSize[0] = px(30);
-    spec.children[0].maxSize[1] = part(0.5);
-    spec.children[1].minSize[0] = px(7);
-    CAreaTree tree(spec);
+    CAreaDraft draft = parentOf({box(part(0.5), px(500)), box(px(1), px(1))});
+    draft.children[0].maxSize[0] = px(30);
+    draft.children[0].maxSize[1] = part(0.5);
+    draft.children[1].minSize[0] = px(7);
+    CAreaTree tree(draft);
     EXPECT_EQ(rectOf(tree, 1).width, 30.0);
     EXPECT_EQ(rectOf(tree, 1).height, 30.0);
     EXPECT_EQ(rectOf(tree, 2).width, 7.0);
@@ -169,10 +169,10 @@ TEST(LayoutTest, limitsClampAndARatioOfNoneIsTheSmallest) {
 }
 
 TEST(LayoutTest, matchesFollowAndSurviveTheirTarget) {
-    CAreaSpec spec =
+    CAreaDraft draft =
         parentOf({box(px(20), px(10), Placement::Left), box(kUnset, kUnset, Placement::Match),
                   box(kUnset, kUnset, Placement::WindowOverlay)});
-    CAreaTree tree(spec);
+    CAreaTree tree(draft);
     tree.nodes[2]->area->setMatch(tree.nodes[1]->area.get());
     tree.net.updateAreas();
     EXPECT_EQ(rectOf(tree, 2), rectOf(tree, 1));
@@ -185,11 +185,11 @@ TEST(LayoutTest, matchesFollowAndSurviveTheirTarget) {
 }
 
 TEST(LayoutTest, matchesInACircleEnd) {
-    CAreaSpec spec =
+    CAreaDraft draft =
         parentOf({box(kUnset, kUnset, Placement::Match), box(kUnset, kUnset, Placement::Match)});
-    spec.children[0].outer = {1, 1, 0, 0};
-    spec.children[1].outer = {2, 0, 0, 0};
-    CAreaTree tree(spec);
+    draft.children[0].outer = {1, 1, 0, 0};
+    draft.children[1].outer = {2, 0, 0, 0};
+    CAreaTree tree(draft);
     tree.nodes[1]->area->setMatch(tree.nodes[2]->area.get());
     tree.nodes[2]->area->setMatch(tree.nodes[1]->area.get());
     const uint64_t before = tree.net.getEvaluationCount();
@@ -199,17 +199,17 @@ TEST(LayoutTest, matchesInACircleEnd) {
 
 namespace {
 
-CAreaSpec largeTree(int fanOut, int levels, int level = 0) {
-    CAreaSpec spec = level == 0 ? box(px(2000), px(2000)) : box(kCompact, kCompact);
+CAreaDraft largeTree(int fanOut, int levels, int level = 0) {
+    CAreaDraft draft = level == 0 ? box(px(2000), px(2000)) : box(kCompact, kCompact);
     if (level == levels) return box(px(4 + level), px(3));
     static constexpr Placement kPlacements[] = {
         Placement::Inline, Placement::Inline, Placement::Top, Placement::Left, Placement::Overlay};
-    spec.inner = {1, 1, 1, 1};
+    draft.inner = {1, 1, 1, 1};
     for (int i = 0; i < fanOut; i++) {
-        spec.children.push_back(largeTree(fanOut, levels, level + 1));
-        spec.children.back().placement = kPlacements[(i + level) % 5];
+        draft.children.push_back(largeTree(fanOut, levels, level + 1));
+        draft.children.back().placement = kPlacements[(i + level) % 5];
     }
-    return spec;
+    return draft;
 }
 
 } // namespace
@@ -217,7 +217,7 @@ CAreaSpec largeTree(int fanOut, int levels, int level = 0) {
 // Longer than the deepest propagation, which a chain from one to the next would exceed.
 TEST(LayoutTest, aLongListFollowsItsFirstLine) {
     for (const bool isDocked : {true, false}) {
-        CAreaSpec list = parentOf({}, px(100), px(5000));
+        CAreaDraft list = parentOf({}, px(100), px(5000));
         list.inlineAlign[1] = MetricAlign::Near;
         for (int i = 0; i < 450; i++) {
             list.children.push_back(
@@ -235,7 +235,7 @@ TEST(LayoutTest, aLongListFollowsItsFirstLine) {
 // Numbers of operands lie nearer to each other here than constants that share an entry.
 TEST(LayoutTest, theWidestOfThousandsOfLinesIsFound) {
     for (const bool isLastShown : {true, false}) {
-        CAreaSpec list = parentOf({}, kCompact, kCompact);
+        CAreaDraft list = parentOf({}, kCompact, kCompact);
         for (int i = 0; i < 5001; i++)
             list.children.push_back(box(px(i == 0 ? 90 : 10), px(1), Placement::Top));
         list.children.back().isVisible = isLastShown;
@@ -249,8 +249,8 @@ TEST(LayoutTest, theWidestOfThousandsOfLinesIsFound) {
 }
 
 TEST(LayoutTest, aChangeEvaluatesOnlyWhatDependsOnIt) {
-    const CAreaSpec spec = largeTree(5, 5); // 3906 areas
-    CAreaTree tree(spec);
+    const CAreaDraft draft = largeTree(5, 5); // 3906 areas
+    CAreaTree tree(draft);
     ASSERT_EQ(tree.nodes.size(), 3906U);
     EXPECT_LT(tree.net.getEvaluationCount(), tree.nodes.size() * 32) << "one for each program";
 
