@@ -84,19 +84,6 @@ CErrorResult CCaption::attrTextLook(const CAttrEntry&) {
     return nullptr;
 }
 
-// Switched on again, the compact size would be that of the children.
-CErrorResult CCaption::attrCompactWidth(const CAttrEntry& value) {
-    LUM_TRY(CView::attrCompactWidth(value));
-    updateCompactSize();
-    return nullptr;
-}
-
-CErrorResult CCaption::attrCompactHeight(const CAttrEntry& value) {
-    LUM_TRY(CView::attrCompactHeight(value));
-    updateCompactSize();
-    return nullptr;
-}
-
 void CCaption::onScaleChanged() {
     updateCompactSize();
     CView::onScaleChanged();

@@ -16,12 +16,11 @@ public:
     CErrorResult attrTitle(const CAttrEntry& value);
     CErrorResult attrTextColor(const CAttrEntry& value);
     CErrorResult attrTextLook(const CAttrEntry& value);
-    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
-    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
     CErrorResult prepare() override;
 
 protected:
+    void updateCompactSize() override;
     void render(const CViewContext& context) const override;
 
 private:
@@ -33,7 +32,6 @@ private:
     };
     CErrorResult findFont(const CString& path);
     CTextLayoutInputs inputsFor(double width, bool isWrapped) const;
-    void updateCompactSize();
     bool updateTextSlots();
     void layoutText();
     void prepareText(int index, const CViewLook& look);

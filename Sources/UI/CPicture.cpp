@@ -98,19 +98,6 @@ void CPicture::onLookChanged() {
     CView::onLookChanged();
 }
 
-// Switched on again, the compact size would be that of the children.
-CErrorResult CPicture::attrCompactWidth(const CAttrEntry& value) {
-    LUM_TRY(CView::attrCompactWidth(value));
-    updateCompactSize();
-    return nullptr;
-}
-
-CErrorResult CPicture::attrCompactHeight(const CAttrEntry& value) {
-    LUM_TRY(CView::attrCompactHeight(value));
-    updateCompactSize();
-    return nullptr;
-}
-
 void CPicture::onScaleChanged() {
     updateCompactSize();
     CView::onScaleChanged();

@@ -16,11 +16,10 @@ public:
     CErrorResult attrPicAlignmentH(const CAttrEntry& value);
     CErrorResult attrPicAlignmentV(const CAttrEntry& value);
     CErrorResult attrCrop(const CAttrEntry& value);
-    CErrorResult attrCompactWidth(const CAttrEntry& value) override;
-    CErrorResult attrCompactHeight(const CAttrEntry& value) override;
     void onScaleChanged() override;
 
 protected:
+    void updateCompactSize() override;
     void prepareLook(CPreparedDraw& out, const CViewLook& look) override;
     CErrorResult onImageSetChanged() override;
     CErrorResult onImageSetRangeChanged() override;
@@ -29,7 +28,6 @@ protected:
 private:
     template <class T>
     CErrorResult change(T& member, const T& value);
-    void updateCompactSize();
     CPixelRect targetBounds();
 
     double alignX = 0.5; // part of the free space in front of the image

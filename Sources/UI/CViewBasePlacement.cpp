@@ -181,6 +181,7 @@ CErrorResult CViewBasePlacement::attrInlineAlignmentV(const CAttrEntry& value) {
 
 CErrorResult CViewBasePlacement::setCompact(const CAttrEntry& value, int axis) {
     if (viewArea) viewArea->setCompactEnabled(axis, value.text() != "0");
+    updateCompactSize(); // switched on again, the compact size would be that of the children
     return nullptr;
 }
 

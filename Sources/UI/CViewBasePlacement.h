@@ -74,6 +74,8 @@ protected:
     virtual void onOpacityChanged() {}
     virtual void onDisabledChanged() {}
     virtual void onSpreadChanged() {}
+    /// Tells the area how large the content is; for views whose content is not their children.
+    virtual void updateCompactSize() {}
     /// Gives the size back to the placement, as if the attribute had never been there.
     CErrorResult unsetSize(int axis);
     /// Follows the content with ratio and offset; for views that scroll.
